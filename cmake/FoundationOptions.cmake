@@ -1,0 +1,19 @@
+# Compiler warnings and sanitizers for this project's own targets. Kept in an INTERFACE target that is
+# linked PRIVATE, so that nothing reaches the programs that use the library.
+add_library(foundation_private_options INTERFACE)
+target_compile_options(foundation_private_options INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor
+    -Woverloaded-virtual -Wcast-align -Wold-style-cast -Wnull-dereference -Wformat=2 -Wundef
+    $<$<CXX_COMPILER_ID:GNU>:-Wduplicated-cond -Wduplicated-branches -Wlogical-op -Wuseless-cast>
+    $<$<CXX_COMPILER_ID:Clang>:-Wdocumentation -Wextra-semi -Wthread-safety>
+    $<$<BOOL:${FOUNDATION_WARNINGS_AS_ERRORS}>:-Werror>)
+
+if(FOUNDATION_SANITIZE)
+    # Global on purpose: every object of a program must agree on its sanitizers.
+    add_compile_options(-fsanitize=${FOUNDATION_SANITIZE} -fno-omit-frame-pointer
+                        -fno-sanitize-recover=all)
+    add_link_options(-fsanitize=${FOUNDATION_SANITIZE})
+else()
+    # A sanitizer's runtime is resolved at run time with clang, so the check is for plain builds only.
+    set(FOUNDATION_NO_UNDEFINED "-Wl,--no-undefined")
+endif()

@@ -1,0 +1,129 @@
+#include <foundation/httpclient_core/HttpClient.h>
+
+#include "client/RequestValidation.h"
+#include "client/RetryPreparation.h"
+#include "client/RetryingHandler.h"
+#include "diagnostics/Log.h"
+
+#include <utility>
+
+namespace foundation::httpclient_core {
+namespace {
+
+// Ends a request in the future of the caller. When it is destroyed uncalled, so is the promise, and the
+// future reports a broken promise.
+struct PromiseCompletionHandler {
+    std::shared_ptr<std::promise<HttpResponse>> promise;
+
+    void operator()(HttpRequest /*request*/, HttpResponse response, std::exception_ptr error) {
+        if (error != nullptr) {
+            promise->set_exception(std::move(error));
+        } else {
+            promise->set_value(std::move(response));
+        }
+    }
+};
+
+}  // namespace
+
+HttpClient::HttpClient() {
+    rememberPromptSettings();
+}
+
+HttpClient::~HttpClient() = default;
+
+HttpResponse HttpClient::makeRequest(HttpRequest request) {
+    validateRequest(request);
+    const URL initialURL = request.getURL();
+    HttpResponse response(request);
+    std::exception_ptr error;
+    const ClientConfiguration effective = effectiveConfiguration(request);
+    const RetryStrategy retry = effective.retryStrategy();
+    int total = 0;
+    int consecutive = 0;
+    bool freshRequestMade = false;
+    do {
+        if (consecutive > 0 && isSuccess(response)) {
+            consecutive = 0;
+        }
+        if (total > 0) {
+            prepareForRetry(request, response, effective.resumeOnRetry(), initialURL,
+                            freshRequestMade);
+        }
+        removeMultipartContentType(request);
+        try {
+            sendRequest(request, response);
+            error = nullptr;
+        } catch (...) {
+            error = std::current_exception();
+            HCC_LOG_CAUGHT();
+        }
+        ++total;
+        ++consecutive;
+        // Deliberate: asked after every attempt, not only after a 407. A strategy may end a request by
+        // throwing, whatever the response is.
+        if (effective.proxyAuthenticationStrategy()(response, error, total)) {
+            handleProxyAuthenticationRequired(request, response, error);
+        }
+    } while (retry(request, response, error, total, consecutive));
+    if (error != nullptr) {
+        std::rethrow_exception(error);
+    }
+    return response;
+}
+
+std::pair<std::future<HttpResponse>, unsigned long> HttpClient::makeAsyncRequest(
+    HttpRequest request) {
+    auto promise = std::make_shared<std::promise<HttpResponse>>();
+    std::future<HttpResponse> future = promise->get_future();
+    const unsigned long requestId = makeAsyncRequest(
+        std::move(request), CompletionHandler(PromiseCompletionHandler{std::move(promise)}));
+    return {std::move(future), requestId};
+}
+
+unsigned long HttpClient::makeAsyncRequest(HttpRequest request, CompletionHandler handler) {
+    validateRequest(request);
+    URL initialURL = request.getURL();
+    HttpResponse response(request);
+    const unsigned long requestId = nextRequestId_++;
+    ClientConfiguration effective = effectiveConfiguration(request);
+    auto userHandler = std::make_shared<CompletionHandler>(std::move(handler));
+    // Deliberate: before the first attempt only; the synchronous road does it before each. A retry
+    // strategy of an asynchronous request may set a content type of its own.
+    removeMultipartContentType(request);
+    CompletionHandler retrying =
+        retryCompletionHandler(std::move(userHandler), requestId, 0, 0, std::move(effective),
+                               std::move(initialURL), false);
+    sendAsyncRequest(std::move(request), std::move(response), requestId, std::move(retrying));
+    return requestId;
+}
+
+ClientConfiguration HttpClient::getClientConfiguration() const {
+    const std::lock_guard lock(configurationMutex_);
+    return configuration_;
+}
+
+void HttpClient::setClientConfiguration(ClientConfiguration configuration) {
+    const std::lock_guard lock(configurationMutex_);
+    configuration_ = configuration;
+    rememberPromptSettings();
+    configurationChanged(configuration);
+}
+
+void HttpClient::configurationChanged(const ClientConfiguration& /*newConfiguration*/) {}
+
+bool HttpClient::useProxyCredentialProvider() const {
+    return proxyCredentialProvider_;
+}
+
+ClientConfiguration HttpClient::effectiveConfiguration(const HttpRequest& request) const {
+    return request.hasClientConfiguration() ? request.getClientConfiguration()
+                                            : getClientConfiguration();
+}
+
+void HttpClient::rememberPromptSettings() {
+    promptRetries_ = configuration_.proxyCredentialPromptNumRetries_;
+    promptTimeoutMs_ = configuration_.credentialPromptTimeoutMs_;
+}
+
+}  // namespace foundation::httpclient_core

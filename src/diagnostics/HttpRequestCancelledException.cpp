@@ -1,0 +1,10 @@
+#include <foundation/httpclient_core/HttpRequestCancelledException.h>
+
+namespace foundation::httpclient_core {
+
+HttpRequestCancelledException::HttpRequestCancelledException()
+    : HttpRequestFailedException("Request cancelled") {}
+
+HttpRequestCancelledException::~HttpRequestCancelledException() = default;
+
+}  // namespace foundation::httpclient_core

@@ -1,0 +1,47 @@
+#include <foundation/httpclient_core/ContentType.h>
+
+#include "diagnostics/Log.h"
+#include "headers/HeaderText.h"
+#include "headers/IdentityEncoder.h"
+
+#include <stdexcept>
+#include <utility>
+
+namespace foundation::httpclient_core {
+
+ContentType::ContentType(std::string type, NameValueCollection parameters)
+    : type_(std::move(type)), parameters_(std::move(parameters)) {}
+
+ContentType ContentType::parse(const std::string& text) {
+    auto [type, parameters] = header_text::splitParameters(text, ";");
+    for (const auto& [name, value] : parameters) {
+        if (value.empty()) {
+            diagnostics::throwLogged<std::runtime_error>(
+                SEVERITY_PROGRESS, "Missing parameter value for <" + name + ">");
+        }
+    }
+    return {std::move(type), std::move(parameters)};
+}
+
+std::string ContentType::toString() const {
+    if (parameters_.empty()) {
+        return type_;
+    }
+    // Deliberate: a blank follows the first semicolon only. Callers compare printed media types, so
+    // the form never changes.
+    return type_ + "; " + parameters_.toString(";", "=", identityEncoder);
+}
+
+std::string ContentType::getType() const {
+    return type_;
+}
+
+NameValueCollection ContentType::getParameters() const {
+    return parameters_;
+}
+
+bool ContentType::operator==(const ContentType& other) const {
+    return type_ == other.type_ && parameters_ == other.parameters_;
+}
+
+}  // namespace foundation::httpclient_core

@@ -1,0 +1,23 @@
+#include <foundation/httpclient_core/Cookie.h>
+
+#include "headers/HeaderText.h"
+#include "headers/IdentityEncoder.h"
+
+namespace foundation::httpclient_core {
+
+NameValueCollection Cookie::parse(const std::string& text) {
+    NameValueCollection cookies;
+    header_text::forEachElement(text, ";", [&cookies](std::string_view element) {
+        const std::string_view trimmed = header_text::trim(element);
+        if (!trimmed.empty()) {
+            cookies.add(header_text::splitParameter(trimmed, "=", false));
+        }
+    });
+    return cookies;
+}
+
+std::string Cookie::toString(const NameValueCollection& cookies) {
+    return cookies.toString("; ", "=", identityEncoder);
+}
+
+}  // namespace foundation::httpclient_core

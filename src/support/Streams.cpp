@@ -1,0 +1,68 @@
+#include "support/Streams.h"
+
+#include <array>
+#include <istream>
+#include <ostream>
+#include <streambuf>
+
+namespace foundation::httpclient_core::support {
+namespace {
+
+std::string readRest(std::streambuf& buffer) {
+    std::string text;
+    std::array<char, 4096> chunk;
+    const auto wanted = static_cast<std::streamsize>(chunk.size());
+    for (std::streamsize got = wanted; got == wanted;) {
+        got = buffer.sgetn(chunk.data(), wanted);
+        text.append(chunk.data(), static_cast<std::size_t>(got));
+    }
+    return text;
+}
+
+void dropEofAndFail(std::ios& stream) {
+    stream.clear(stream.rdstate() & std::ios::badbit);
+}
+
+}  // namespace
+
+void rewind(std::istream& stream) {
+    stream.clear();
+    stream.seekg(0);
+}
+
+std::string readRest(std::istream& stream) {
+    std::streambuf* buffer = stream.rdbuf();
+    return buffer != nullptr ? readRest(*buffer) : std::string();
+}
+
+std::string readWhole(std::istream& stream) {
+    std::streambuf* buffer = stream.rdbuf();
+    if (buffer == nullptr) {
+        return {};
+    }
+    const std::streampos position = buffer->pubseekoff(0, std::ios::cur, std::ios::in);
+    if (position == std::streampos(-1) ||
+        buffer->pubseekpos(0, std::ios::in) == std::streampos(-1)) {
+        return readRest(*buffer);
+    }
+    std::string text = readRest(*buffer);
+    buffer->pubseekpos(position, std::ios::in);
+    return text;
+}
+
+void write(std::ostream& stream, std::string_view data) {
+    dropEofAndFail(stream);
+    stream.write(data.data(), static_cast<std::streamsize>(data.size()));
+}
+
+std::streamoff writePosition(std::ostream& stream) {
+    dropEofAndFail(stream);
+    return stream.tellp();
+}
+
+void seekWritePosition(std::ostream& stream, std::streamoff position) {
+    stream.clear();
+    stream.seekp(position);
+}
+
+}  // namespace foundation::httpclient_core::support

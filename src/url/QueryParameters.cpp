@@ -1,0 +1,189 @@
+#include <foundation/httpclient_core/QueryParameters.h>
+
+#include "diagnostics/Log.h"
+#include "url/PercentDecode.h"
+
+#include <foundation/httpclient_core/PercentEncoder.h>
+
+#include <ostream>
+#include <stdexcept>
+#include <utility>
+
+namespace foundation::httpclient_core {
+namespace {
+
+[[noreturn]] void throwMissing(const std::string& key) {
+    diagnostics::throwLogged<std::logic_error>(
+        SEVERITY_ERROR, "Requested query parameter (" + key + ") doesn't exist");
+}
+
+}  // namespace
+
+QueryParameters::QueryParameters() = default;
+
+QueryParameters::QueryParameters(const std::string& query) {
+    parse(query);
+}
+
+QueryParameters::QueryParameters(
+    std::initializer_list<std::pair<std::string, std::string>> parameters) {
+    for (const auto& parameter : parameters) {
+        if (parameter.first.empty()) {
+            diagnostics::throwLogged<std::logic_error>(
+                SEVERITY_ERROR, "Cannot create QueryParameter with an empty key");
+        }
+    }
+    parameters_ = NameValueCollection(parameters);
+    for (const auto& [key, value] : parameters_) {
+        appendRawQueryParameter(key, value);
+    }
+}
+
+QueryParameters::QueryParameters(NameValueCollection parameters)
+    : parameters_(std::move(parameters)) {
+    for (const auto& [key, value] : parameters_) {
+        appendRawQueryParameter(key, value);
+    }
+}
+
+void QueryParameters::parse(std::string_view query) {
+    if (query.starts_with('?')) {
+        query.remove_prefix(1);
+    }
+    rawQuery_ = query;
+    while (!query.empty()) {
+        const std::size_t end = query.find('&');
+        const std::string_view entry = query.substr(0, end);
+        query.remove_prefix(end == std::string_view::npos ? query.size() : end + 1);
+        const std::size_t equals = entry.find('=');
+        std::string key = percentDecode(entry.substr(0, equals));
+        // Deliberate: an entry without a key leaves no parameter, but stays in the raw text, so a
+        // parsed query prints as it was written.
+        if (!key.empty()) {
+            parameters_.add(std::move(key), equals == std::string_view::npos
+                                                ? std::string()
+                                                : percentDecode(entry.substr(equals + 1)));
+        }
+    }
+}
+
+void QueryParameters::addQueryParameter(const std::string& key, std::string value) {
+    if (key.empty()) {
+        diagnostics::throwLogged<std::logic_error>(SEVERITY_ERROR,
+                                                   "Cannot add QueryParameter with an empty key");
+    }
+    // The raw text first, because it alone can be taken back without failing.
+    const std::size_t formerSize = rawQuery_.size();
+    appendRawQueryParameter(key, value);
+    try {
+        parameters_.add(key, std::move(value));
+    } catch (...) {
+        rawQuery_.resize(formerSize);
+        throw;
+    }
+}
+
+std::string QueryParameters::getParameterValue(const std::string& key) const {
+    const const_iterator position = parameters_.find(key);
+    if (position == parameters_.end()) {
+        throwMissing(key);
+    }
+    return position->second;
+}
+
+std::vector<std::string> QueryParameters::getAllParameterValues(const std::string& key) const {
+    if (!hasParameterKey(key)) {
+        throwMissing(key);
+    }
+    // Deliberate: the test above ignores letter case and the collection does not, so a key that is
+    // present in another spelling only gives an empty list and no error.
+    std::vector<std::string> values;
+    for (const auto& [name, value] : parameters_) {
+        if (name == key) {
+            values.push_back(value);
+        }
+    }
+    return values;
+}
+
+bool QueryParameters::hasParameterKey(const std::string& key) const {
+    return parameters_.has(key);
+}
+
+std::uint64_t QueryParameters::size() const noexcept {
+    return parameters_.size();
+}
+
+bool QueryParameters::empty() const noexcept {
+    return parameters_.empty();
+}
+
+QueryParameters::iterator QueryParameters::begin() noexcept {
+    return parameters_.begin();
+}
+
+QueryParameters::iterator QueryParameters::end() noexcept {
+    return parameters_.end();
+}
+
+QueryParameters::const_iterator QueryParameters::begin() const noexcept {
+    return parameters_.begin();
+}
+
+QueryParameters::const_iterator QueryParameters::end() const noexcept {
+    return parameters_.end();
+}
+
+QueryParameters::const_iterator QueryParameters::cbegin() const noexcept {
+    return parameters_.cbegin();
+}
+
+QueryParameters::const_iterator QueryParameters::cend() const noexcept {
+    return parameters_.cend();
+}
+
+std::string QueryParameters::getEntrySep() const {
+    return entrySep_;
+}
+
+std::string QueryParameters::getKeyValueSep() const {
+    return keyValueSep_;
+}
+
+std::ostream& QueryParameters::toStream(std::ostream& os) const {
+    return os << toString();
+}
+
+std::string QueryParameters::toString() const {
+    const PercentEncoder encode("%20");
+    std::string text;
+    for (const auto& [key, value] : parameters_) {
+        text += text.empty() ? "?" : entrySep_;
+        text += encode(key);
+        if (!value.empty()) {
+            text += keyValueSep_;
+            text += encode(value);
+        }
+    }
+    return text;
+}
+
+std::string QueryParameters::toUnencodedString() const {
+    return rawQuery_.empty() ? std::string() : "?" + rawQuery_;
+}
+
+void QueryParameters::appendRawQueryParameter(const std::string& key, const std::string& value) {
+    std::string piece;
+    piece.reserve(entrySep_.size() + key.size() + keyValueSep_.size() + value.size());
+    if (!rawQuery_.empty()) {
+        piece += entrySep_;
+    }
+    piece += key;
+    if (!value.empty()) {
+        piece += keyValueSep_;
+        piece += value;
+    }
+    rawQuery_ += piece;
+}
+
+}  // namespace foundation::httpclient_core
