@@ -2,7 +2,14 @@
 #include <cstdint>
 /// @file
 /// Forward declarations of every class and enumeration of the library, for headers that only name
-/// them. A callable that takes `const HttpRequest&` needs no more than this.
+/// them.
+///
+/// Whoever passes a type by reference or pointer, or names it in the signature of a callable such
+/// as `std::function<bool(const HttpRequest&)>`, needs no more than this. Whoever makes, copies,
+/// calls or destroys an object includes the header of that type, which has the type's name.
+/// Including this one costs no standard header but `<cstdint>`. Class or struct and the base of an
+/// enumeration are part of what is declared here, so take them from this header rather than repeat
+/// them.
 namespace foundation::httpclient_core {
 class Accept;
 class BadWebSocketException;
