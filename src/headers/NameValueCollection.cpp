@@ -20,17 +20,20 @@ NameValueCollection::NameValueCollection(const NameValueCollection& other)
     init();
 }
 
+// The comparator has no move operations: it is copied, and `other` stays usable with its own.
 NameValueCollection::NameValueCollection(NameValueCollection&& other) noexcept = default;
 
 NameValueCollection& NameValueCollection::operator=(const NameValueCollection& other) {
     if (this == &other) {
         return *this;
     }
+    // First, since it refers to the entries that go.
     index_.clear();
     try {
         entries_ = other.entries_;
         init();
     } catch (...) {
+        // Some entries are old and some are new by then; empty is the one state a caller can count on.
         index_.clear();
         entries_.clear();
         throw;
@@ -68,6 +71,7 @@ void NameValueCollection::add(value_type entry) {
     try {
         index_.emplace(entries_.back().first, std::prev(entries_.end()));
     } catch (...) {
+        // An entry outside the index could be neither found nor erased.
         entries_.pop_back();
         throw;
     }

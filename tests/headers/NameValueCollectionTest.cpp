@@ -161,6 +161,11 @@ TEST(NameValueCollectionTest, SelfCopyAssignmentChangesNothing) {
     EXPECT_EQ(collection, sample());
     EXPECT_EQ(collection.getAll("Accept"), (Strings{"a", "b"}));
     EXPECT_EQ(first, collection.cbegin());
+
+    collection.begin()->first = "Renamed";
+    collection = self;
+    EXPECT_EQ(collection.getAll("Accept"), (Strings{"a", "b"}));
+    EXPECT_FALSE(collection.has("Renamed"));
 }
 
 TEST(NameValueCollectionTest, MoveAssignmentTakesTheEntriesAndLeavesTheSourceUsable) {
