@@ -606,6 +606,7 @@ TYPED_TEST(MoveSemanticsTest, MovedFromObjectCanBeReadAndAssigned) {
         TypeParam target = Sample<TypeParam>::second();
         if (byConstruction) {
             const TypeParam taken(std::move(source));
+            EXPECT_EQ(describe(taken), describe(Sample<TypeParam>::first()));
         } else {
             target = std::move(source);
         }

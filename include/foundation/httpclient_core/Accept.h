@@ -19,6 +19,7 @@ namespace foundation::httpclient_core {
 /// thread-compatible
 ///
 /// @par Example
+/// Empty elements vanish, and parameters are printed in one form:
 /// @code{.cpp}
 /// const Accept accept = Accept::parse("text/html, application/json;q=0.9,,");
 /// assert(accept.size() == 2 && accept[0].getType() == "text/html");

@@ -17,6 +17,7 @@ namespace foundation::httpclient_core {
 /// thread-compatible
 ///
 /// @par Example
+/// Parsed, read and printed:
 /// @code{.cpp}
 /// const ContentType html = ContentType::parse("text/html; charset=utf-8;level=1");
 /// assert(html.getType() == "text/html");

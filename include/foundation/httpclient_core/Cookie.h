@@ -16,6 +16,7 @@ namespace foundation::httpclient_core {
 /// thread-compatible
 ///
 /// @par Example
+/// There and back:
 /// @code{.cpp}
 /// const NameValueCollection cookies = Cookie::parse("id=42; theme=dark;");
 /// assert(cookies.size() == 2 && cookies.get("theme") == "dark");

@@ -26,6 +26,7 @@ namespace foundation::httpclient_core {
 /// thread-compatible
 ///
 /// @par Example
+/// Fields under names in any case, with a default for the absent one:
 /// @code{.cpp}
 /// HttpHeaders headers{{"Host", "example.com"}};
 /// headers.addHeader("Content-Type: text/html");

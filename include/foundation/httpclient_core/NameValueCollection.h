@@ -43,6 +43,7 @@ namespace foundation::httpclient_core {
 /// thread-compatible
 ///
 /// @par Example
+/// The first match answers a look-up, and it is the one that set() changes:
 /// @code{.cpp}
 /// NameValueCollection fields{{"Accept", "text/html"}, {"accept", "text/plain"}};
 /// fields.set("ACCEPT", "*/*");  // the first match, which keeps its spelling
@@ -66,6 +67,7 @@ public:
     /// thread-compatible
     ///
     /// @par Example
+    /// Names that differ in case only are equal, which means that neither is less:
     /// @code{.cpp}
     /// const NameValueCollection::CaseInsensitiveCompare less;
     /// assert(!less("HOST", "host") && !less("host", "HOST"));

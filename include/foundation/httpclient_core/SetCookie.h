@@ -16,6 +16,7 @@ class HttpResponse;
 /// thread-compatible
 ///
 /// @par Example
+/// One pair, then attributes with and without a value:
 /// @code{.cpp}
 /// const SetCookie cookie = SetCookie::parse("id=42; Path=/; Secure");
 /// assert(cookie.name == "id" && cookie.value == "42");
