@@ -2,8 +2,13 @@
 
 #include "headers/HeaderText.h"
 
+#include <foundation/httpclient_core/ContentType.h>
+
+#include <cstddef>
 #include <stdexcept>
+#include <string>
 #include <utility>
+#include <vector>
 
 namespace foundation::httpclient_core {
 

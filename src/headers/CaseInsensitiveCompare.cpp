@@ -1,7 +1,9 @@
 #include <foundation/httpclient_core/NameValueCollection.h>
 
-#include <locale.h>
+#include <locale.h>  // NOLINT(modernize-deprecated-headers): the POSIX locale functions are in it
+#include <memory>
 #include <new>
+#include <string>
 #include <strings.h>
 
 namespace foundation::httpclient_core {
@@ -9,6 +11,7 @@ namespace foundation::httpclient_core {
 // The fixed "C" locale folds the 26 ASCII letters and nothing else, whatever locale the host program
 // chose for itself.
 struct NameValueCollection::CaseInsensitiveCompare::Impl {
+    // NOLINTNEXTLINE(misc-include-cleaner): locale_t is in <locale.h>, by way of a private header.
     Impl() : locale(::newlocale(LC_CTYPE_MASK, "C", static_cast<locale_t>(nullptr))) {
         if (locale == static_cast<locale_t>(nullptr)) {
             throw std::bad_alloc();

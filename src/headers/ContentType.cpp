@@ -4,7 +4,11 @@
 #include "headers/HeaderText.h"
 #include "headers/IdentityEncoder.h"
 
+#include <foundation/httpclient_core/LoggingChannels.h>
+#include <foundation/httpclient_core/NameValueCollection.h>
+
 #include <stdexcept>
+#include <string>
 #include <utility>
 
 namespace foundation::httpclient_core {

@@ -3,6 +3,10 @@
 #include "headers/HeaderText.h"
 #include "headers/IdentityEncoder.h"
 
+#include <foundation/httpclient_core/NameValueCollection.h>
+
+#include <string>
+
 namespace foundation::httpclient_core {
 
 NameValueCollection Cookie::parse(const std::string& text) {

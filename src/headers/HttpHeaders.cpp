@@ -3,7 +3,13 @@
 #include "diagnostics/Log.h"
 #include "headers/HeaderText.h"
 
+#include <foundation/httpclient_core/LoggingChannels.h>
+#include <foundation/httpclient_core/NameValueCollection.h>
+
+#include <cstddef>
+#include <initializer_list>
 #include <stdexcept>
+#include <string>
 #include <utility>
 
 namespace foundation::httpclient_core {

@@ -3,8 +3,17 @@
 #include "diagnostics/Log.h"
 #include "headers/CapacityCheck.h"
 
+#include <foundation/httpclient_core/LoggingChannels.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <initializer_list>
+#include <iterator>
 #include <ostream>
 #include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace foundation::httpclient_core {
 

@@ -2,14 +2,16 @@
 
 #include "headers/HeaderText.h"
 
+#include <foundation/httpclient_core/HttpHeaders.h>
 #include <foundation/httpclient_core/HttpResponse.h>
 
 #include <algorithm>
 #include <locale>
 #include <stdexcept>
+#include <string>
 #include <string_view>
 #include <tuple>
-#include <utility>
+#include <vector>
 
 namespace foundation::httpclient_core {
 namespace {
