@@ -122,8 +122,15 @@ std::string HttpResponse::getResponseBodyString() const {
 }
 
 void HttpResponse::setResponseBody(std::string data) {
+    HttpHeaders former = getHeaders();
     setHeaderValue(HttpHeaders::CONTENT_LENGTH, std::to_string(data.size()));
-    support::write(getResponseBody(), data);
+    try {
+        support::write(getResponseBody(), data);
+    } catch (...) {
+        // Without an announcement: to observers the change did not happen.
+        HttpMessage::setHeaders(std::move(former));
+        throw;
+    }
 }
 
 void HttpResponse::resetResponseBody() {
