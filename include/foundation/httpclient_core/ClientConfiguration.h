@@ -42,6 +42,7 @@ struct ClientConfigurationAccess;
 /// thread-compatible
 ///
 /// @par Example
+/// Built by chaining, and given to a request:
 /// @code{.cpp}
 /// const ClientConfiguration configuration =
 ///     ClientConfiguration().withMaxThreads(8).withMaxRedirects(0).withResumeOnRetry(true);

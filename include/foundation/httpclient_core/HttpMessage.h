@@ -22,6 +22,7 @@ namespace foundation::httpclient_core {
 /// thread-compatible
 ///
 /// @par Example
+/// Headers read as numbers and media types:
 /// @code{.cpp}
 /// HttpMessage message({{"content-length", " 42abc"}, {"Accept", "text/html, text/plain"}});
 /// assert(message.getContentLength() == 42);  // leading blanks and what follows are ignored

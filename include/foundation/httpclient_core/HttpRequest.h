@@ -34,6 +34,7 @@ namespace foundation::httpclient_core {
 /// thread-compatible
 ///
 /// @par Example
+/// A request with a text body, made:
 /// @code{.cpp}
 /// HttpRequest request(HttpMethod::POST, "http://example.com/items", {{"Accept", "text/plain"}});
 /// request.setRequestBody("abc");

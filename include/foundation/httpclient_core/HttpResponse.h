@@ -37,6 +37,7 @@ class HttpRequest;
 /// the reads and writes of the stream itself.
 ///
 /// @par Example
+/// Filled as a transport does, then taken back:
 /// @code{.cpp}
 /// HttpResponse response;
 /// assert(response.getResponseCode() == HttpResponseCode::RequestNotMade);

@@ -17,6 +17,7 @@ namespace foundation::httpclient_core {
 /// thread-compatible
 ///
 /// @par Example
+/// Progress written to the terminal:
 /// @code{.cpp}
 /// HttpRequest request(HttpMethod::GET, "http://example.com/", {});
 /// request.setProgressCallback([](const Progress& progress) {

@@ -37,6 +37,7 @@ FOUNDATION_HTTPCLIENT_CORE_API ProxyAuthenticationStrategy defaultProxyAuthentic
 /// The strategy is thread-safe.
 ///
 /// @par Example
+/// The strategy asked directly:
 /// @code{.cpp}
 /// const ProxyAuthenticationStrategy strategy = defaultProxyAuthenticationStrategy(2);
 /// HttpResponse response;

@@ -34,6 +34,7 @@ namespace foundation::httpclient_core {
 /// from all of their threads.
 ///
 /// @par Example
+/// A body that begins behind a line of its own:
 /// @code{.cpp}
 /// HttpRequest request(HttpMethod::GET, "http://example.com/", {});
 /// request.setResponseStreamFactory(

@@ -12,6 +12,7 @@ namespace foundation::httpclient_core {
 /// thread-compatible
 ///
 /// @par Example
+/// A backoff with a little jitter:
 /// @code{.cpp}
 /// RetryBackoffOptions options;
 /// assert(options.maxBackoff == 120 && options.useRetryAfter);

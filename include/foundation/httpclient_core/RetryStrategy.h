@@ -79,6 +79,7 @@ using IsRetriable = std::function<bool(HttpMethod method, bool timedOut, HttpRes
 /// That includes the predicate, which is called from all of their threads.
 ///
 /// @par Example
+/// The strategy asked directly:
 /// @code{.cpp}
 /// const RetryStrategy strategy =
 ///     defaultRetryStrategy(3, 100, std::chrono::seconds(10), defaultIsRetriable());

@@ -14,6 +14,7 @@ namespace foundation::httpclient_core {
 /// thread-compatible
 ///
 /// @par Example
+/// Two redirects, and the report of a response that was not made:
 /// @code{.cpp}
 /// const TransactionReport report(2, "https://example.com/moved");
 /// assert(report.redirectCount() == 2);

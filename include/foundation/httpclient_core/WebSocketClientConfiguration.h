@@ -41,6 +41,7 @@ struct WebSocketClientConfigurationAccess;
 /// thread-compatible
 ///
 /// @par Example
+/// Reconnection turned on, and the default backoff:
 /// @code{.cpp}
 /// WebSocketClientConfiguration configuration;
 /// assert(!configuration.reconnectEnabled());

@@ -34,6 +34,7 @@ FOUNDATION_HTTPCLIENT_CORE_API void backoffWait(std::chrono::milliseconds delay)
 /// thread-compatible
 ///
 /// @par Example
+/// A wait taken over:
 /// @code{.cpp}
 /// std::chrono::milliseconds taken(0);
 /// const detail::BackoffScope scope([&taken](std::chrono::milliseconds delay) {

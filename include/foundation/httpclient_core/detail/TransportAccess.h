@@ -16,6 +16,7 @@ namespace foundation::httpclient_core::detail {
 /// thread-compatible, as the configuration is
 ///
 /// @par Example
+/// A setting that is copied with its configuration:
 /// @code{.cpp}
 /// using Access = detail::ClientConfigurationAccess;
 /// ClientConfiguration configuration;
