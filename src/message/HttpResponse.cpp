@@ -2,10 +2,18 @@
 
 #include "support/Streams.h"
 
+#include <foundation/httpclient_core/HttpMessage.h>
 #include <foundation/httpclient_core/HttpRequest.h>
+#include <foundation/httpclient_core/HttpResponseCode.h>
+#include <foundation/httpclient_core/ResponseStreamFactory.h>
+#include <foundation/httpclient_core/URL.h>
 
-#include <iostream>
+#include <ios>
+#include <istream>
+#include <memory>
+#include <mutex>
 #include <stdexcept>
+#include <string>
 #include <utility>
 
 namespace foundation::httpclient_core {
