@@ -2,7 +2,9 @@
 
 #include "support/Int32Parsing.h"
 
+#include <cstdint>
 #include <random>
+#include <string>
 
 namespace foundation::httpclient_core::config {
 namespace {

@@ -1,5 +1,6 @@
 #include <foundation/httpclient_core/detail/BackoffHook.h>
 
+#include <chrono>
 #include <thread>
 #include <utility>
 

@@ -1,6 +1,11 @@
 #include <foundation/httpclient_core/ClientConfiguration.h>
 
+#include <foundation/httpclient_core/ProxyAuthenticationStrategy.h>
+#include <foundation/httpclient_core/RetryStrategy.h>
+
 #include <chrono>
+#include <cstdint>
+#include <filesystem>
 #include <utility>
 
 namespace foundation::httpclient_core {

@@ -8,10 +8,16 @@
 #include <foundation/httpclient_core/HttpRequest.h>
 #include <foundation/httpclient_core/HttpRequestTimeoutException.h>
 #include <foundation/httpclient_core/HttpResponse.h>
+#include <foundation/httpclient_core/HttpResponseCode.h>
+#include <foundation/httpclient_core/LoggingChannels.h>
+#include <foundation/httpclient_core/RetryBackoffOptions.h>
+#include <foundation/httpclient_core/RetryStrategy.h>
 #include <foundation/httpclient_core/detail/BackoffHook.h>
 
 #include <algorithm>
 #include <chrono>
+#include <cstdint>
+#include <exception>
 #include <string>
 #include <utility>
 

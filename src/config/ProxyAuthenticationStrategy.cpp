@@ -2,6 +2,9 @@
 
 #include <foundation/httpclient_core/HttpRequestFailedException.h>
 #include <foundation/httpclient_core/HttpResponse.h>
+#include <foundation/httpclient_core/HttpResponseCode.h>
+
+#include <exception>
 
 namespace foundation::httpclient_core {
 namespace {

@@ -3,6 +3,13 @@
 #include "config/DefaultRetry.h"
 #include "config/JitterSources.h"
 
+#include <foundation/httpclient_core/HttpMethod.h>
+#include <foundation/httpclient_core/HttpResponseCode.h>
+#include <foundation/httpclient_core/RetryBackoffOptions.h>
+
+#include <chrono>
+#include <cstdint>
+#include <exception>
 #include <utility>
 
 namespace foundation::httpclient_core {

@@ -2,7 +2,14 @@
 
 #include "support/SaturatingArithmetic.h"
 
+#include <foundation/httpclient_core/HttpHeaders.h>
+#include <foundation/httpclient_core/HttpResponseCode.h>
+
 #include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
+#include <set>
 #include <stdexcept>
 #include <utility>
 

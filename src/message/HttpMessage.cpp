@@ -3,9 +3,17 @@
 #include "diagnostics/Log.h"
 #include "support/Int32Parsing.h"
 
+#include <foundation/httpclient_core/Accept.h>
+#include <foundation/httpclient_core/ContentType.h>
 #include <foundation/httpclient_core/Cookie.h>
+#include <foundation/httpclient_core/HttpHeaders.h>
+#include <foundation/httpclient_core/LoggingChannels.h>
+#include <foundation/httpclient_core/NameValueCollection.h>
 
+#include <cstdint>
+#include <exception>
 #include <stdexcept>
+#include <string>
 #include <utility>
 
 namespace foundation::httpclient_core {

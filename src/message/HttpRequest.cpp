@@ -3,8 +3,22 @@
 #include "diagnostics/Log.h"
 #include "support/Streams.h"
 
+#include <foundation/httpclient_core/ClientConfiguration.h>
+#include <foundation/httpclient_core/HttpHeaders.h>
+#include <foundation/httpclient_core/HttpMessage.h>
+#include <foundation/httpclient_core/HttpMethod.h>
+#include <foundation/httpclient_core/LoggingChannels.h>
+#include <foundation/httpclient_core/MultipartBody.h>
+#include <foundation/httpclient_core/Progress.h>
+#include <foundation/httpclient_core/QueryParameters.h>
+#include <foundation/httpclient_core/ResponseStreamFactory.h>
+#include <foundation/httpclient_core/URL.h>
+
+#include <istream>
+#include <memory>
 #include <sstream>
 #include <stdexcept>
+#include <string>
 #include <utility>
 
 namespace foundation::httpclient_core {

@@ -2,10 +2,18 @@
 
 #include "support/Streams.h"
 
+#include <foundation/httpclient_core/HttpMessage.h>
 #include <foundation/httpclient_core/HttpRequest.h>
+#include <foundation/httpclient_core/HttpResponseCode.h>
+#include <foundation/httpclient_core/ResponseStreamFactory.h>
+#include <foundation/httpclient_core/URL.h>
 
-#include <iostream>
+#include <ios>
+#include <istream>
+#include <memory>
+#include <mutex>
 #include <stdexcept>
+#include <string>
 #include <utility>
 
 namespace foundation::httpclient_core {
@@ -122,8 +130,15 @@ std::string HttpResponse::getResponseBodyString() const {
 }
 
 void HttpResponse::setResponseBody(std::string data) {
+    HttpHeaders former = getHeaders();
     setHeaderValue(HttpHeaders::CONTENT_LENGTH, std::to_string(data.size()));
-    support::write(getResponseBody(), data);
+    try {
+        support::write(getResponseBody(), data);
+    } catch (...) {
+        // Without an announcement: to observers the change did not happen.
+        HttpMessage::setHeaders(std::move(former));
+        throw;
+    }
 }
 
 void HttpResponse::resetResponseBody() {

@@ -1,6 +1,11 @@
 #include <foundation/httpclient_core/ResponseStreamFactory.h>
 
+#include <foundation/httpclient_core/HttpHeaders.h>
+#include <foundation/httpclient_core/HttpResponseCode.h>
+
+#include <memory>
 #include <sstream>
+#include <string>
 
 namespace foundation::httpclient_core {
 

@@ -1,5 +1,8 @@
 #include <foundation/httpclient_core/TransactionReport.h>
 
+#include <foundation/httpclient_core/URL.h>
+
+#include <cstdint>
 #include <utility>
 
 namespace foundation::httpclient_core {

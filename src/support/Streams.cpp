@@ -1,9 +1,14 @@
 #include "support/Streams.h"
 
 #include <array>
+#include <cstddef>
+#include <ios>
+#include <iosfwd>
 #include <istream>
 #include <ostream>
 #include <streambuf>
+#include <string>
+#include <string_view>
 
 namespace foundation::httpclient_core::support {
 namespace {
@@ -12,11 +17,14 @@ std::string readRest(std::streambuf& buffer) {
     std::string text;
     std::array<char, 4096> chunk;
     const auto wanted = static_cast<std::streamsize>(chunk.size());
-    for (std::streamsize got = wanted; got == wanted;) {
-        got = buffer.sgetn(chunk.data(), wanted);
+    for (;;) {
+        const std::streamsize got = buffer.sgetn(chunk.data(), wanted);
+        // Less than 0 is against the rules, but some buffers give it at their end.
+        if (got <= 0) {
+            return text;
+        }
         text.append(chunk.data(), static_cast<std::size_t>(got));
     }
-    return text;
 }
 
 void dropEofAndFail(std::ios& stream) {
