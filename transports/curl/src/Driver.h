@@ -26,7 +26,6 @@ public:
     void wait(Exchange::Clock::time_point latest);
     /// Ends the wait of the moment, or the next one. From any thread.
     void wake() noexcept;
-    bool isIdle() const noexcept { return active_.empty(); }
     /// Drops the idle connections. Only while no exchange is driven.
     void closeConnections();
 

@@ -242,13 +242,14 @@ Engine::WorkerOrders Engine::ordersFor(Worker& worker) {
     const std::lock_guard lock(mutex_);
     releaseDue(Clock::now());
     WorkerOrders orders;
+    if (worker.load == static_cast<int>(worker.inbox.size())) {
+        // Nothing of it has begun, so the worker can drop its connections first.
+        orders.closeConnections = std::exchange(worker.closesConnections, false);
+    }
+    orders.end = stopping_ && worker.load == 0;
     orders.begin = std::exchange(worker.inbox, {});
     if (!backingOff_.empty()) {
         orders.nextTimer = backingOff_.begin()->first;
-    }
-    if (worker.load == 0) {
-        orders.closeConnections = std::exchange(worker.closesConnections, false);
-        orders.end = stopping_;
     }
     return orders;
 }

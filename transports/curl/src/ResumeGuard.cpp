@@ -145,11 +145,13 @@ void ResumeGuard::addReceived(std::size_t count) {
     mark_.held += static_cast<std::int64_t>(count);
 }
 
-void ResumeGuard::requireWhole() const {
+void ResumeGuard::requireWhole() {
     if (request_.getHttpMethod() == httpclient_core::HttpMethod::HEAD) {
         return;
     }
     if (expected_ >= 0 && received_ != expected_) {
+        // Which of the two is wrong cannot be known, so nothing is built on these bytes.
+        resumable_ = false;
         throw HttpRequestFailedException("The body does not fit its Content-Range");
     }
     const std::int64_t end = mark_.last >= 0 ? mark_.last + 1 : mark_.total;

@@ -42,7 +42,7 @@ public:
     void addReceived(std::size_t count);
     /// After a transfer that libcurl calls complete. Throws HttpRequestFailedException when the body is
     /// not what its headers promise.
-    void requireWhole() const;
+    void requireWhole();
     /// At the end of an attempt.
     void leaveMark(bool failed);
 

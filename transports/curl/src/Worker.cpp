@@ -18,7 +18,7 @@ void Worker::run() {
         if (orders.end) {
             return;
         }
-        if (orders.closeConnections && driver_.isIdle()) {
+        if (orders.closeConnections) {
             driver_.closeConnections();
         }
         for (AttemptPointer& attempt : orders.begin) {
