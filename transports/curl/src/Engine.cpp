@@ -86,8 +86,8 @@ void Engine::send(core::HttpRequest& request,
     while (lease.driver().turn().empty()) {
         lease.driver().wait(Clock::time_point::max());
     }
-    if (exchange.error() != nullptr) {
-        std::rethrow_exception(exchange.error());
+    if (std::exception_ptr error = exchange.takeError()) {
+        std::rethrow_exception(std::move(error));
     }
 }
 
@@ -260,13 +260,13 @@ void Engine::attemptEnded(Worker& worker, AttemptPointer attempt) {
         --worker.load;
         dispatch();
     }
-    const std::exception_ptr error = attempt->exchange.error();
-    complete(std::move(attempt), error);
+    std::exception_ptr error = attempt->exchange.takeError();
+    complete(std::move(attempt), std::move(error));
 }
 
 void Engine::complete(AttemptPointer attempt, std::exception_ptr error) {
     post([self = shared_from_this(), attempt = std::shared_ptr<AsyncAttempt>(std::move(attempt)),
-          error = std::move(error)] { self->runHandler(*attempt, error); });
+          error = std::move(error)]() mutable { self->runHandler(*attempt, std::move(error)); });
 }
 
 void Engine::runHandler(AsyncAttempt& attempt, std::exception_ptr error) {

@@ -414,10 +414,10 @@ Exchange::Next Exchange::conclude(CURLcode code) {
         throw HttpRequestCancelledException();
     }
     if (callbackError_ == nullptr && hop_->form != nullptr) {
-        callbackError_ = hop_->form->error();
+        callbackError_ = hop_->form->takeError();
     }
     if (callbackError_ != nullptr) {
-        std::rethrow_exception(callbackError_);
+        std::rethrow_exception(std::exchange(callbackError_, nullptr));
     }
     if (timedOut_) {
         throw core::HttpRequestTimeoutException();

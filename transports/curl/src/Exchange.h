@@ -22,6 +22,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace foundation::httpclient_curl {
 
@@ -59,8 +60,8 @@ public:
     Clock::time_point nextCheck(Clock::time_point now) const noexcept;
     /// The transfer ended with this code; it is out of its multi handle.
     Next finish(CURLcode code) noexcept;
-    /// After `Next::Done`: null for success.
-    const std::exception_ptr& error() const noexcept { return error_; }
+    /// After `Next::Done`: null for success. The exchange keeps no reference to it.
+    std::exception_ptr takeError() noexcept { return std::exchange(error_, nullptr); }
 
 private:
     /// What belongs to one transfer.

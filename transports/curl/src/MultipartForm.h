@@ -6,6 +6,7 @@
 #include <exception>
 #include <fstream>
 #include <memory>
+#include <utility>
 #include <vector>
 
 namespace foundation::httpclient_curl {
@@ -20,7 +21,7 @@ public:
 
     curl_mime* get() const noexcept { return form_.get(); }
     /// Why reading a part ended the transfer, or null.
-    const std::exception_ptr& error() const noexcept { return error_; }
+    std::exception_ptr takeError() noexcept { return std::exchange(error_, nullptr); }
 
 private:
     struct File {

@@ -36,7 +36,7 @@ protected:
         const unsigned long id = client_->makeAsyncRequest(
             std::move(request),
             [promise](HttpRequest, HttpResponse response, std::exception_ptr error) {
-                promise->set_value({response.getResponseCode(), error});
+                promise->set_value({response.getResponseCode(), std::move(error)});
             });
         return {id, std::move(future)};
     }

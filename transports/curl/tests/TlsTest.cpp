@@ -89,11 +89,17 @@ public:
                                            "-cert",       certificate(), "-www"};
         arguments.insert(arguments.end(), options.begin(), options.end());
         server_ = std::make_unique<ChildProcess>(arguments);
-        const std::string output =
-            server_->readUntil("ACCEPT 127.0.0.1:") + server_->readUntil("\n");
-        const std::size_t colon = output.find("ACCEPT 127.0.0.1:");
-        EXPECT_NE(colon, std::string::npos) << output;
-        port_ = std::stoi(output.substr(colon + std::string("ACCEPT 127.0.0.1:").size()));
+        const std::string marker = "ACCEPT 127.0.0.1:";
+        std::string output = server_->readUntil(marker);
+        const std::size_t place = output.find(marker);
+        if (place == std::string::npos) {
+            ADD_FAILURE() << output;
+            return;
+        }
+        if (output.find('\n', place) == std::string::npos) {
+            output += server_->readUntil("\n");
+        }
+        port_ = std::stoi(output.substr(place + marker.size()));
     }
     TlsServer(const TlsServer&) = delete;
     TlsServer& operator=(const TlsServer&) = delete;
