@@ -95,8 +95,10 @@ void CurlHttpClient::sendAsyncRequest(core::HttpRequest request,
                                       unsigned long requestId,
                                       core::CompletionHandler handler) const {
     TransferSettings settings = settingsFor(request);
-    engine_->sendAsync(std::move(request), std::move(response), requestId, std::move(handler),
-                       std::move(settings));
+    // Held here: the handler may destroy the client before this returns.
+    const std::shared_ptr<Engine> engine = engine_;
+    engine->sendAsync(std::move(request), std::move(response), requestId, std::move(handler),
+                      std::move(settings));
 }
 
 unsigned long CurlHttpClient::makeAsyncRequest(core::HttpRequest request,

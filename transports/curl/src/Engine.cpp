@@ -289,7 +289,9 @@ void Engine::runHandler(AsyncAttempt& attempt, std::exception_ptr error) {
 }
 
 void Engine::post(Executor::Task task) {
-    executor_->post(std::move(task));
+    // Held here: the task may end the engine before this returns.
+    const std::shared_ptr<Executor> executor = executor_;
+    executor->post(std::move(task));
 }
 
 // ---- cancellation and the end

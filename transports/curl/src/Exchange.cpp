@@ -443,6 +443,9 @@ Exchange::Next Exchange::conclude(CURLcode code) {
 }
 
 void Exchange::succeed() {
+    if (!committed_) {
+        throw HttpRequestFailedException("The server sent no answer");
+    }
     guard_->requireWhole();
     if (bodyBegun_ && !response_.getResponseBody().flush()) {
         throw HttpRequestFailedException("The response body stream refused data");

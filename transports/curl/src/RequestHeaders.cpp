@@ -23,7 +23,7 @@ bool isOneOf(std::string_view name, const std::array<std::string_view, count>& n
 
 // Fields that the transport writes itself. Proxy fields would reach the origin through a tunnel.
 bool isWrittenHere(std::string_view name, std::string_view value) {
-    constexpr std::array names{"Content-Length"sv, "Range"sv, "If-Range"sv, "Proxy-Authorization"sv,
+    constexpr std::array names{"Content-Length"sv, "Range"sv, "Proxy-Authorization"sv,
                                "Proxy-Connection"sv};
     const bool isOwnCoding = sameName(name, "Transfer-Encoding") &&
                              (sameName(value, "identity") || sameName(value, "chunked"));
@@ -86,7 +86,12 @@ void RequestHeaders::dropBodyFields() {
 
 HeaderLines RequestHeaders::lines(const std::string& range, const std::string& ifRange) const {
     HeaderLines lines;
+    // The caller's own condition belongs to the caller's own range.
+    const bool keepsIfRange = !range.empty() && ifRange.empty();
     for (const auto& [name, value] : headers_) {
+        if (sameName(name, "If-Range") && !keepsIfRange) {
+            continue;
+        }
         // libcurl sends a field without a value only in this form.
         appendLine(lines, trimmed(value).empty() ? name + ";" : name + ": " + value);
     }

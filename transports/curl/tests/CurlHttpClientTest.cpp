@@ -387,6 +387,15 @@ TEST(CurlHttpClientTest, SendAppendsToTheBodyOfAResponseThatIsNotMade) {
     EXPECT_EQ(server.requests().front().header("Range"), "bytes=3-");
 }
 
+TEST(CurlHttpClientTest, SendsTheCallersConditionWithTheCallersRange) {
+    LoopbackServer server(answering(200, "whole"));
+    TestClient client;
+    HttpRequest request(HttpMethod::GET, server.url(),
+                        {{"Range", "bytes=3-"}, {"If-Range", "\"mine\""}});
+    client->makeRequest(std::move(request));
+    EXPECT_EQ(server.requests().front().header("If-Range"), "\"mine\"");
+}
+
 TEST(CurlHttpClientTest, WholeAnswerToARangeReplacesTheBody) {
     LoopbackServer server(answering(200, "whole"));
     TestClient client;

@@ -255,6 +255,7 @@ TEST_P(ResumeTest, GivesTheRightBytesOrFails) {
 }
 
 class ResumeRoadTest : public BothRoads {};
+
 INSTANTIATE_TEST_SUITE_P(Roads,
                          ResumeRoadTest,
                          ::testing::Values(Road::Synchronous, Road::Asynchronous),

@@ -35,6 +35,8 @@ struct TransferSettings;
 ///   `all_proxy` and `no_proxy` as they were when the client was made. A 407 arrives as a response, with
 ///   the header `QZ-Internal-Proxy-Info` naming the proxy as host:port.
 ///
+/// The configuration's `hstsEnabled` is not used by this transport.
+///
 /// Failures are `HttpRequestFailedException` ("GET http://host/path: text (libcurl N)", never with the
 /// query), `HttpRequestTimeoutException`, `HttpRequestCancelledException`, or what a stream, factory or
 /// callback of the caller threw. The response code says how far it came: -1 nothing was sent, 0 sent but
