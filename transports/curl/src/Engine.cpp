@@ -281,7 +281,7 @@ void Engine::runHandler(AsyncAttempt& attempt, std::exception_ptr error) {
         core::CompletionHandler handler = std::move(attempt.handler);
         try {
             handler(std::move(attempt.request), std::move(attempt.response), std::move(error));
-        } catch (const std::future_error&) {  // NOLINT(bugprone-empty-catch)
+        } catch (const std::future_error&) {  // NOLINT(bugprone-empty-catch): see below
             // A handler that was moved from or called before has nobody to tell.
         }
     }

@@ -56,6 +56,7 @@ struct TransferSettings;
 /// thread-safe, but for the destructor.
 ///
 /// @par Example
+/// One request on the calling thread:
 /// @code{.cpp}
 /// foundation::httpclient_curl::CurlHttpClient client;
 /// HttpResponse response = client.makeRequest(HttpRequest(HttpMethod::GET, "http://localhost/", {}));
