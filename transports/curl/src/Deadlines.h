@@ -40,7 +40,7 @@ private:
     std::chrono::milliseconds idleTimeout_;
     std::int64_t idleSpeed_;
     Phase phase_ = Phase::Connecting;
-    Clock::time_point since_{};  ///< When the transfer was last fast enough, or the wait began.
+    Clock::time_point since_;  ///< When the transfer was last fast enough, or the wait began.
     std::int64_t movedThen_ = 0;
 };
 

@@ -81,7 +81,7 @@ void Engine::send(core::HttpRequest& request,
         scope != nullptr ? scope->record() : std::make_shared<RequestRecord>();
     SyncLease lease(*this, record);
     Exchange exchange(request, response, std::move(settings), record->cancelled,
-                      {proxies_, *credentials_});
+                      {.proxies = proxies_, .credentials = *credentials_});
     lease.driver().start(exchange);
     while (lease.driver().turn().empty()) {
         lease.driver().wait(Clock::time_point::max());
@@ -132,7 +132,7 @@ void Engine::sendAsync(core::HttpRequest request,
     }
     auto attempt = std::make_unique<AsyncAttempt>(
         std::move(request), std::move(response), std::move(handler), std::move(record),
-        std::move(settings), Exchange::Shared{proxies_, *credentials_});
+        std::move(settings), Exchange::Shared{.proxies = proxies_, .credentials = *credentials_});
     {
         const std::lock_guard lock(mutex_);
         if (!stopping_ && !attempt->record->cancelled) {
@@ -169,7 +169,11 @@ void Engine::releaseRecord(const std::shared_ptr<RequestRecord>& record) {
     if (--record->uses > 0) {
         return;
     }
-    const auto entry = records_.find(*record->id);
+    forget(record);
+}
+
+void Engine::forget(const std::shared_ptr<RequestRecord>& record) {
+    const auto entry = records_.find(record->id.value_or(0));
     if (entry != records_.end() && entry->second == record) {
         records_.erase(entry);
     }
@@ -177,13 +181,9 @@ void Engine::releaseRecord(const std::shared_ptr<RequestRecord>& record) {
 
 void Engine::deliveryBegins() {
     const RequestScope* scope = RequestScope::current(*this);
-    if (scope == nullptr || !scope->record()->id.has_value()) {
-        return;
-    }
-    const std::lock_guard lock(mutex_);
-    const auto entry = records_.find(*scope->record()->id);
-    if (entry != records_.end() && entry->second == scope->record()) {
-        records_.erase(entry);
+    if (scope != nullptr) {
+        const std::lock_guard lock(mutex_);
+        forget(scope->record());
     }
 }
 

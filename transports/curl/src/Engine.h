@@ -80,6 +80,7 @@ private:
 
     std::shared_ptr<RequestRecord> useRecord(unsigned long id);
     void releaseRecord(const std::shared_ptr<RequestRecord>& record);
+    void forget(const std::shared_ptr<RequestRecord>& record);
     void place(AttemptPointer attempt);
     void dispatch();
     Worker* freeWorker();

@@ -78,7 +78,7 @@ void Exchange::prepare() {
             seekRead(request_.getRequestBody(), 0);
         }
     }
-    guard_.emplace(request_, response_, settings_.resumeOnRetry);
+    guard_ = std::make_unique<ResumeGuard>(request_, response_, settings_.resumeOnRetry);
     if (cancelled_) {
         throw HttpRequestCancelledException();
     }
@@ -86,9 +86,9 @@ void Exchange::prepare() {
         progress_ = request_.getProgressCallback();
         lastProgress_ = Clock::now();
     }
-    url_.emplace(request_);
+    url_ = std::make_unique<WireUrl>(request_);
     firstOrigin_ = url_->origin();
-    headers_.emplace(request_.getHeaders());
+    headers_ = std::make_unique<RequestHeaders>(request_.getHeaders());
     sendsForm_ = request_.hasMultipartBody();
     if (sendsForm_ && request_.hasRequestBody()) {
         throw HttpRequestFailedException("The request has both a body and a multipart body");
@@ -144,15 +144,16 @@ void Exchange::configureConnection(CURL* easy) {
     } else {
         hop_->proxy = shared_.proxies.proxyFor(url_->origin(), settings_.proxyUrl);
     }
+    const std::optional<Proxy>& proxy = hop_->proxy;
     // Both set always, so that libcurl does not look into the environment itself.
-    setOption(easy, CURLOPT_PROXY, hop_->proxy.has_value() ? hop_->proxy->url.c_str() : "");
+    setOption(easy, CURLOPT_PROXY, proxy.has_value() ? proxy->url.c_str() : "");
     setOption(easy, CURLOPT_NOPROXY, "");
-    if (!hop_->proxy.has_value()) {
+    if (!proxy.has_value()) {
         return;
     }
-    hop_->hasProxyLogin = hop_->proxy->hasCredentials;
+    hop_->hasProxyLogin = proxy->hasCredentials;
     if (settings_.useStoredProxyCredentials) {
-        const auto login = shared_.credentials.credentialsFor(hop_->proxy->info);
+        const auto login = shared_.credentials.credentialsFor(proxy->info);
         if (login.has_value()) {
             const std::size_t colon = std::min(login->find(':'), login->size());
             setOption(easy, CURLOPT_PROXYUSERNAME, login->substr(0, colon).c_str());
@@ -509,7 +510,7 @@ void Exchange::followRedirect() {
     if (next.origin() != firstOrigin_) {
         headers_->dropCredentials();
     }
-    url_ = std::move(next);
+    *url_ = std::move(next);
     ++redirects_;
     rewindBody();
     configureHop();
@@ -524,7 +525,7 @@ void Exchange::rewindBody() {
 // ---- the end
 
 TransferContext Exchange::context() const {
-    return {method_, url_.has_value() ? url_->display() : std::string()};
+    return {.method = method_, .url = url_->display()};
 }
 
 void Exchange::settleResponse() noexcept {
@@ -543,7 +544,7 @@ void Exchange::settleResponse() noexcept {
             response_.setResponseCodeAndReason(HttpResponseCode::ResponseNotReceived,
                                                "Response Not Received");
         }
-        if (guard_.has_value()) {
+        if (guard_ != nullptr) {
             guard_->leaveMark(error_ != nullptr);
         }
     } catch (...) {

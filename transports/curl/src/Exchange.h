@@ -124,13 +124,13 @@ private:
     const std::atomic<bool>& cancelled_;
     Shared shared_;
     core::ProgressCallback progress_;
-    Clock::time_point lastProgress_{};
+    Clock::time_point lastProgress_;
 
     core::HttpMethod method_;
-    std::optional<WireUrl> url_;
+    std::unique_ptr<WireUrl> url_;  ///< This and the next two: null until prepared.
     Origin firstOrigin_;
-    std::optional<RequestHeaders> headers_;
-    std::optional<ResumeGuard> guard_;
+    std::unique_ptr<RequestHeaders> headers_;
+    std::unique_ptr<ResumeGuard> guard_;
     std::optional<UploadSource> upload_;
     bool sendsForm_ = false;
     std::unique_ptr<Hop> hop_;

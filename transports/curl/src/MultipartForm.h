@@ -35,8 +35,8 @@ private:
     void add(const core::DataPart& part);
     void add(const core::FilePart& part);
     curl_mimepart* addPart(const core::PartHeader& header);
-    static std::size_t readFile(char* buffer, std::size_t size, std::size_t count, void* file);
-    static int seekFile(void* file, curl_off_t offset, int origin);
+    static std::size_t readFile(char* buffer, std::size_t size, std::size_t count, void* context);
+    static int seekFile(void* context, curl_off_t offset, int origin);
 
     std::vector<std::unique_ptr<File>> files_;
     std::exception_ptr error_;

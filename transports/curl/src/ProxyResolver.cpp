@@ -80,7 +80,7 @@ std::optional<Proxy> ProxyResolver::proxyFor(const Origin& origin,
         // The text may hold a password.
         throw core::HttpRequestFailedException("The URL of the proxy is malformed");
     }
-    std::string port = part(url.get(), CURLUPART_PORT, 0);
+    const std::string port = part(url.get(), CURLUPART_PORT, 0);
     proxy.info = part(url.get(), CURLUPART_HOST, 0) + ":" + (port.empty() ? "1080" : port);
     proxy.hasCredentials = !part(url.get(), CURLUPART_USER, 0).empty();
     return proxy;

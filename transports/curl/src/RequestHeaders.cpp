@@ -2,6 +2,7 @@
 
 #include "HeaderText.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <string_view>
@@ -13,12 +14,8 @@ using namespace std::string_view_literals;
 
 template <std::size_t count>
 bool isOneOf(std::string_view name, const std::array<std::string_view, count>& names) {
-    for (const std::string_view candidate : names) {
-        if (sameName(name, candidate)) {
-            return true;
-        }
-    }
-    return false;
+    return std::any_of(names.begin(), names.end(),
+                       [name](std::string_view candidate) { return sameName(name, candidate); });
 }
 
 // Fields that the transport writes itself. Proxy fields would reach the origin through a tunnel.
