@@ -1,0 +1,61 @@
+#pragma once
+#include <foundation/httpclient_core/HttpRequestFailedException.h>
+
+#include <curl/curl.h>
+
+#include <memory>
+#include <new>
+#include <string>
+
+namespace foundation::httpclient_curl {
+
+namespace core = foundation::httpclient_core;
+
+/// Frees what libcurl made. By function and not by type: several of its handle types are all void.
+template <auto release>
+struct Release {
+    template <class Handle>
+    void operator()(Handle* handle) const noexcept {
+        release(handle);
+    }
+};
+
+using EasyHandle = std::unique_ptr<CURL, Release<curl_easy_cleanup>>;
+using MultiHandle = std::unique_ptr<CURLM, Release<curl_multi_cleanup>>;
+using UrlHandle = std::unique_ptr<CURLU, Release<curl_url_cleanup>>;
+using HeaderLines = std::unique_ptr<curl_slist, Release<curl_slist_free_all>>;
+using FormHandle = std::unique_ptr<curl_mime, Release<curl_mime_free>>;
+using CurlText = std::unique_ptr<char, Release<curl_free>>;
+
+/// Throws std::bad_alloc for the null that libcurl answers where it has no memory.
+template <class Pointer>
+Pointer requireMemory(Pointer pointer) {
+    if (pointer == nullptr) {
+        throw std::bad_alloc();
+    }
+    return pointer;
+}
+
+/// Appends a line that libcurl copies.
+inline void appendLine(HeaderLines& lines, const std::string& line) {
+    curl_slist* extended = requireMemory(curl_slist_append(lines.get(), line.c_str()));
+    // The list's head stays the same but for the first line.
+    static_cast<void>(lines.release());
+    lines.reset(extended);
+}
+
+/// Sets an option; one that libcurl refuses fails the request before anything is sent.
+template <class Value>
+void setOption(CURL* handle, CURLoption option, Value value) {
+    const CURLcode code = curl_easy_setopt(handle, option, value);
+    if (code == CURLE_OUT_OF_MEMORY) {
+        throw std::bad_alloc();
+    }
+    if (code != CURLE_OK) {
+        throw core::HttpRequestFailedException(
+            "A transfer option was refused: " + std::string(curl_easy_strerror(code)) +
+            " (libcurl " + std::to_string(code) + ")");
+    }
+}
+
+}  // namespace foundation::httpclient_curl

@@ -1,0 +1,404 @@
+#include "Engine.h"
+
+#include <foundation/httpclient_core/HttpRequestCancelledException.h>
+#include <foundation/httpclient_core/LoggingChannels.h>
+#include <foundation/httpclient_core/detail/BackoffHook.h>
+
+#include <algorithm>
+#include <future>
+#include <numeric>
+#include <ostream>
+#include <system_error>
+#include <utility>
+
+namespace foundation::httpclient_curl {
+namespace {
+
+constexpr std::size_t maxIdleDrivers = 16;
+constexpr int maxAttemptsWhileStopping = 8;
+
+std::exception_ptr cancelledError() {
+    return std::make_exception_ptr(core::HttpRequestCancelledException());
+}
+
+}  // namespace
+
+/// A driver and a place among the synchronous attempts, for the time of one.
+class Engine::SyncLease {
+public:
+    SyncLease(Engine& engine, std::shared_ptr<RequestRecord> record) : engine_(engine) {
+        const std::lock_guard lock(engine_.mutex_);
+        if (engine_.stopping_) {
+            record->cancelled = true;
+        }
+        if (engine_.idleDrivers_.empty()) {
+            driver_ = std::make_unique<Driver>(static_cast<long>(maxIdleDrivers));
+        } else {
+            // The one used last is the likeliest to have a connection that is alive.
+            driver_ = std::move(engine_.idleDrivers_.back());
+            engine_.idleDrivers_.pop_back();
+        }
+        engine_.syncSends_.push_back({std::move(record), driver_.get()});
+    }
+    SyncLease(const SyncLease&) = delete;
+    SyncLease& operator=(const SyncLease&) = delete;
+    ~SyncLease() {
+        const std::lock_guard lock(engine_.mutex_);
+        std::erase_if(engine_.syncSends_,
+                      [this](const SyncSend& send) { return send.driver == driver_.get(); });
+        if (engine_.idleDrivers_.size() < maxIdleDrivers) {
+            engine_.idleDrivers_.push_back(std::move(driver_));
+        }
+        engine_.changed_.notify_all();
+    }
+
+    Driver& driver() noexcept { return *driver_; }
+
+private:
+    Engine& engine_;
+    std::unique_ptr<Driver> driver_;
+};
+
+Engine::Engine() = default;
+Engine::~Engine() = default;
+
+void Engine::setLimits(int threads, int perThread) {
+    const std::lock_guard lock(mutex_);
+    maxWorkers_ = std::clamp(threads, 1, 64);
+    maxPerWorker_ = std::clamp(perThread, 1, 256);
+    if (!stopping_ && !workers_.empty()) {
+        dispatch();
+    }
+}
+
+// ---- the synchronous road
+
+void Engine::send(core::HttpRequest& request,
+                  core::HttpResponse& response,
+                  TransferSettings settings) {
+    const RequestScope* scope = RequestScope::current(*this);
+    const std::shared_ptr<RequestRecord> record =
+        scope != nullptr ? scope->record() : std::make_shared<RequestRecord>();
+    SyncLease lease(*this, record);
+    Exchange exchange(request, response, std::move(settings), record->cancelled,
+                      {.proxies = proxies_, .credentials = *credentials_});
+    lease.driver().start(exchange);
+    while (lease.driver().turn().empty()) {
+        lease.driver().wait(Clock::time_point::max());
+    }
+    if (std::exception_ptr error = exchange.takeError()) {
+        std::rethrow_exception(std::move(error));
+    }
+}
+
+std::shared_ptr<RequestRecord> Engine::beginSync() {
+    auto record = std::make_shared<RequestRecord>();
+    const std::lock_guard lock(mutex_);
+    record->cancelled = stopping_;
+    syncRecords_.push_back(record);
+    return record;
+}
+
+void Engine::endSync(const std::shared_ptr<RequestRecord>& record) {
+    const std::lock_guard lock(mutex_);
+    std::erase(syncRecords_, record);
+    changed_.notify_all();
+}
+
+void Engine::waitFor(const RequestRecord& record, std::chrono::milliseconds delay) {
+    std::unique_lock lock(mutex_);
+    changed_.wait_for(lock, delay, [&record] { return record.cancelled.load(); });
+}
+
+// ---- the asynchronous road
+
+void Engine::sendAsync(core::HttpRequest request,
+                       core::HttpResponse response,
+                       unsigned long id,
+                       core::CompletionHandler handler,
+                       TransferSettings settings) {
+    std::shared_ptr<RequestRecord> record;
+    {
+        const std::lock_guard lock(mutex_);
+        if (workers_.empty() && !stopping_) {
+            freeWorker();
+        }
+        record = useRecord(id);
+    }
+    RequestScope* scope = RequestScope::current(*this);
+    std::chrono::milliseconds delay(0);
+    if (scope != nullptr && scope->record() == record) {
+        delay = scope->takeDelay();
+    }
+    auto attempt = std::make_unique<AsyncAttempt>(
+        std::move(request), std::move(response), std::move(handler), std::move(record),
+        std::move(settings), Exchange::Shared{.proxies = proxies_, .credentials = *credentials_});
+    {
+        const std::lock_guard lock(mutex_);
+        if (!stopping_ && !attempt->record->cancelled) {
+            if (delay > std::chrono::milliseconds::zero()) {
+                backingOff_.emplace(Clock::now() + delay, std::move(attempt));
+                wakeAll();
+            } else {
+                const std::uint64_t sequence = attempt->record->sequence;
+                queue_.emplace(sequence, std::move(attempt));
+                dispatch();
+            }
+            return;
+        }
+    }
+    complete(std::move(attempt), cancelledError());
+}
+
+std::shared_ptr<RequestRecord> Engine::useRecord(unsigned long id) {
+    std::shared_ptr<RequestRecord>& record = records_[id];
+    if (record == nullptr) {
+        record = std::make_shared<RequestRecord>();
+        record->id = id;
+        record->sequence = nextSequence_++;
+    }
+    if (stopping_ && ++record->attemptsWhileStopping > maxAttemptsWhileStopping) {
+        throw core::HttpRequestFailedException("The client is being destroyed");
+    }
+    ++record->uses;
+    return record;
+}
+
+void Engine::releaseRecord(const std::shared_ptr<RequestRecord>& record) {
+    const std::lock_guard lock(mutex_);
+    if (--record->uses > 0) {
+        return;
+    }
+    forget(record);
+}
+
+void Engine::forget(const std::shared_ptr<RequestRecord>& record) {
+    const auto entry = records_.find(record->id.value_or(0));
+    if (entry != records_.end() && entry->second == record) {
+        records_.erase(entry);
+    }
+}
+
+void Engine::deliveryBegins() {
+    const RequestScope* scope = RequestScope::current(*this);
+    if (scope != nullptr) {
+        const std::lock_guard lock(mutex_);
+        forget(scope->record());
+    }
+}
+
+// Spreads before it packs: a body stream that blocks holds up every exchange of its worker.
+Worker* Engine::freeWorker() {
+    Worker* best = nullptr;
+    for (const auto& worker : workers_) {
+        if (worker->load == 0) {
+            return worker.get();
+        }
+        if (worker->load < maxPerWorker_ && (best == nullptr || worker->load < best->load)) {
+            best = worker.get();
+        }
+    }
+    if (workers_.size() < static_cast<std::size_t>(maxWorkers_)) {
+        try {
+            workers_.push_back(std::make_unique<Worker>(*this, std::max(16, 4 * maxPerWorker_)));
+            return workers_.back().get();
+        } catch (const std::system_error&) {
+            // The threads that exist do the work.
+            if (workers_.empty()) {
+                throw;
+            }
+        }
+    }
+    return best;
+}
+
+void Engine::dispatch() {
+    while (!queue_.empty()) {
+        const int underWay =
+            std::accumulate(workers_.begin(), workers_.end(), 0,
+                            [](int sum, const auto& worker) { return sum + worker->load; });
+        Worker* worker = underWay < maxWorkers_ * maxPerWorker_ ? freeWorker() : nullptr;
+        if (worker == nullptr) {
+            return;
+        }
+        worker->inbox.push_back(std::move(queue_.begin()->second));
+        queue_.erase(queue_.begin());
+        ++worker->load;
+        worker->wake();
+    }
+}
+
+void Engine::releaseDue(Clock::time_point now) {
+    while (!backingOff_.empty() && backingOff_.begin()->first <= now) {
+        AttemptPointer attempt = std::move(backingOff_.begin()->second);
+        backingOff_.erase(backingOff_.begin());
+        const std::uint64_t sequence = attempt->record->sequence;
+        queue_.emplace(sequence, std::move(attempt));
+    }
+    dispatch();
+}
+
+Engine::WorkerOrders Engine::ordersFor(Worker& worker) {
+    const std::lock_guard lock(mutex_);
+    releaseDue(Clock::now());
+    WorkerOrders orders;
+    if (worker.load == static_cast<int>(worker.inbox.size())) {
+        // Nothing of it has begun, so the worker can drop its connections first.
+        orders.closeConnections = std::exchange(worker.closesConnections, false);
+    }
+    orders.end = stopping_ && worker.load == 0;
+    orders.begin = std::exchange(worker.inbox, {});
+    if (!backingOff_.empty()) {
+        orders.nextTimer = backingOff_.begin()->first;
+    }
+    return orders;
+}
+
+void Engine::attemptEnded(Worker& worker, AttemptPointer attempt) {
+    {
+        const std::lock_guard lock(mutex_);
+        --worker.load;
+        dispatch();
+    }
+    std::exception_ptr error = attempt->exchange.takeError();
+    complete(std::move(attempt), std::move(error));
+}
+
+void Engine::complete(AttemptPointer attempt, std::exception_ptr error) {
+    post([self = shared_from_this(), attempt = std::shared_ptr<AsyncAttempt>(std::move(attempt)),
+          error = std::move(error)]() mutable { self->runHandler(*attempt, std::move(error)); });
+}
+
+void Engine::runHandler(AsyncAttempt& attempt, std::exception_ptr error) {
+    const std::shared_ptr<RequestRecord> record = attempt.record;
+    {
+        RequestScope scope(*this, record);
+        // The wait before the next attempt is kept by a timer of the workers, not by this thread.
+        const core::detail::BackoffScope backoff([&scope](std::chrono::milliseconds delay) {
+            scope.addDelay(delay);
+            return true;
+        });
+        core::CompletionHandler handler = std::move(attempt.handler);
+        try {
+            handler(std::move(attempt.request), std::move(attempt.response), std::move(error));
+        } catch (const std::future_error&) {  // NOLINT(bugprone-empty-catch): see below
+            // A handler that was moved from or called before has nobody to tell.
+        }
+    }
+    releaseRecord(record);
+}
+
+void Engine::post(Executor::Task task) {
+    // Held here: the task may end the engine before this returns.
+    const std::shared_ptr<Executor> executor = executor_;
+    executor->post(std::move(task));
+}
+
+// ---- cancellation and the end
+
+void Engine::wakeAll() {
+    for (const auto& worker : workers_) {
+        worker->wake();
+    }
+    for (const SyncSend& send : syncSends_) {
+        send.driver->wake();
+    }
+    changed_.notify_all();
+}
+
+std::vector<AttemptPointer> Engine::takeWaiting(const RequestRecord* record) {
+    std::vector<AttemptPointer> taken;
+    const auto takeFrom = [&](auto& waiting) {
+        for (auto entry = waiting.begin(); entry != waiting.end();) {
+            if (record == nullptr || entry->second->record.get() == record) {
+                taken.push_back(std::move(entry->second));
+                entry = waiting.erase(entry);
+            } else {
+                ++entry;
+            }
+        }
+    };
+    takeFrom(queue_);
+    takeFrom(backingOff_);
+    return taken;
+}
+
+void Engine::completeCancelled(std::vector<AttemptPointer> attempts) {
+    for (AttemptPointer& attempt : attempts) {
+        complete(std::move(attempt), cancelledError());
+    }
+}
+
+bool Engine::cancel(unsigned long id) {
+    std::vector<AttemptPointer> waiting;
+    {
+        const std::lock_guard lock(mutex_);
+        const auto entry = records_.find(id);
+        if (entry == records_.end()) {
+            return false;
+        }
+        entry->second->cancelled = true;
+        waiting = takeWaiting(entry->second.get());
+        wakeAll();
+    }
+    completeCancelled(std::move(waiting));
+    return true;
+}
+
+void Engine::cancelAll() {
+    std::vector<AttemptPointer> waiting;
+    {
+        const std::lock_guard lock(mutex_);
+        for (const auto& [id, record] : records_) {
+            record->cancelled = true;
+        }
+        for (const auto& record : syncRecords_) {
+            record->cancelled = true;
+        }
+        for (const SyncSend& send : syncSends_) {
+            send.record->cancelled = true;
+        }
+        waiting = takeWaiting(nullptr);
+        wakeAll();
+    }
+    completeCancelled(std::move(waiting));
+}
+
+void Engine::closeIdleConnections() {
+    std::vector<std::unique_ptr<Driver>> dropped;
+    const std::lock_guard lock(mutex_);
+    dropped.swap(idleDrivers_);
+    for (const auto& worker : workers_) {
+        worker->closesConnections = true;
+    }
+    wakeAll();
+}
+
+void Engine::shutdown() {
+    {
+        const std::lock_guard lock(mutex_);
+        const bool onWorker = std::any_of(workers_.begin(), workers_.end(),
+                                          [](const auto& worker) { return worker->runsHere(); });
+        if (onWorker) {
+            core::coreChannel().log(core::SEVERITY_ERROR, [](std::ostream& os) {
+                os << "A client was destroyed by a callback of one of its own transfers.";
+            });
+            std::terminate();
+        }
+        stopping_ = true;
+    }
+    cancelAll();
+    // No worker is added any more, so the list may be walked without the lock.
+    for (const auto& worker : workers_) {
+        worker->join();
+    }
+    executor_->drain();
+    {
+        std::unique_lock lock(mutex_);
+        changed_.wait(lock, [this] { return syncRecords_.empty() && syncSends_.empty(); });
+        workers_.clear();
+    }
+    executor_->stop();
+}
+
+}  // namespace foundation::httpclient_curl

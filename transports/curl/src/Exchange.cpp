@@ -1,0 +1,558 @@
+#include "Exchange.h"
+
+#include "BodyStream.h"
+#include "HeaderText.h"
+#include "Redirects.h"
+
+#include <foundation/httpclient_core/HttpRequestCancelledException.h>
+#include <foundation/httpclient_core/HttpRequestTimeoutException.h>
+
+#include <algorithm>
+#include <iostream>
+#include <sstream>
+#include <utility>
+
+namespace foundation::httpclient_curl {
+namespace {
+
+using core::HttpMethod;
+using core::HttpRequestCancelledException;
+using core::HttpRequestFailedException;
+using core::HttpResponseCode;
+
+const char* const proxyInfoHeader = "QZ-Internal-Proxy-Info";
+
+template <class Value>
+Value info(CURL* easy, CURLINFO which) {
+    Value value{};
+    curl_easy_getinfo(easy, which, &value);
+    return value;
+}
+
+std::string nameOf(HttpMethod method) {
+    std::ostringstream name;
+    name << method;
+    return name.str();
+}
+
+bool mayHaveSideEffects(HttpMethod method) {
+    return method == HttpMethod::POST || method == HttpMethod::PATCH;
+}
+
+}  // namespace
+
+Exchange::Exchange(core::HttpRequest& request,
+                   core::HttpResponse& response,
+                   TransferSettings settings,
+                   const std::atomic<bool>& cancelled,
+                   Shared shared)
+    : request_(request),
+      response_(response),
+      settings_(std::move(settings)),
+      cancelled_(cancelled),
+      shared_(shared),
+      method_(request.getHttpMethod()) {}
+
+Exchange::~Exchange() = default;
+
+Exchange::Next Exchange::begin() noexcept {
+    try {
+        prepare();
+        configureHop();
+        return Next::Again;
+    } catch (...) {
+        error_ = std::current_exception();
+        settleResponse();
+        return Next::Done;
+    }
+}
+
+void Exchange::prepare() {
+    // A code other than "not made" means that the core sends a request again after a proxy refused it.
+    // That is the one way on which neither the response nor the request body was made ready.
+    if (response_.getResponseCode() != HttpResponseCode::RequestNotMade) {
+        response_.setResponseCodeAndReason(HttpResponseCode::RequestNotMade, "Request Not Made");
+        response_.setHeaders({});
+        response_.resetResponseBody();
+        if (request_.hasRequestBody()) {
+            seekRead(request_.getRequestBody(), 0);
+        }
+    }
+    guard_ = std::make_unique<ResumeGuard>(request_, response_, settings_.resumeOnRetry);
+    if (cancelled_) {
+        throw HttpRequestCancelledException();
+    }
+    if (request_.hasProgressCallback()) {
+        progress_ = request_.getProgressCallback();
+        lastProgress_ = Clock::now();
+    }
+    url_ = std::make_unique<WireUrl>(request_);
+    firstOrigin_ = url_->origin();
+    headers_ = std::make_unique<RequestHeaders>(request_.getHeaders());
+    sendsForm_ = request_.hasMultipartBody();
+    if (sendsForm_ && request_.hasRequestBody()) {
+        throw HttpRequestFailedException("The request has both a body and a multipart body");
+    }
+    if (method_ == HttpMethod::HEAD && (sendsForm_ || request_.hasRequestBody())) {
+        throw HttpRequestFailedException("A HEAD request cannot have a body");
+    }
+    if (request_.hasRequestBody()) {
+        upload_.emplace(request_.getRequestBody(), headers_->contentLength());
+    }
+}
+
+void Exchange::configureHop() {
+    // A fresh handle for each hop: one that has been reset after an HTTP/2 transfer refuses options.
+    hop_ = std::make_unique<Hop>(settings_);
+    hop_->easy.reset(requireMemory(curl_easy_init()));
+    CURL* easy = handle();
+    setOption(easy, CURLOPT_URL, url_->text().c_str());
+    setOption(easy, CURLOPT_ERRORBUFFER, hop_->errorText.data());
+    setOption(easy, CURLOPT_PRIVATE, this);
+    setOption(easy, CURLOPT_NOSIGNAL, 1L);
+    setOption(easy, CURLOPT_PROTOCOLS_STR, "http,https");
+    setOption(easy, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_2TLS));
+    setOption(easy, CURLOPT_FOLLOWLOCATION, 0L);
+    setOption(easy, CURLOPT_PATH_AS_IS, 1L);
+    setOption(easy, CURLOPT_BUFFERSIZE, 131072L);
+    setOption(easy, CURLOPT_UPLOAD_BUFFERSIZE, 524288L);
+    hop_->lines = headers_->lines(guard_->range(), guard_->ifRange());
+    setOption(easy, CURLOPT_HTTPHEADER, hop_->lines.get());
+    configureConnection(easy);
+    configureCallbacks(easy);
+    configureBody(easy);
+}
+
+void Exchange::configureConnection(CURL* easy) {
+    setOption(easy, CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
+    setOption(easy, CURLOPT_SSL_VERIFYPEER, 1L);
+    setOption(easy, CURLOPT_SSL_VERIFYHOST, 2L);
+    if (!settings_.certificateFile.empty()) {
+        setOption(easy, CURLOPT_CAINFO, settings_.certificateFile.c_str());
+    }
+    // 0 would mean libcurl's own limit.
+    constexpr std::int64_t longest = 2147483647;
+    const std::int64_t connectTimeout = settings_.connectTimeout.count();
+    setOption(easy, CURLOPT_CONNECTTIMEOUT_MS,
+              static_cast<long>(connectTimeout > 0 ? std::min(connectTimeout, longest) : longest));
+    // An ended transfer must not wait for its name to be resolved.
+    setOption(easy, CURLOPT_QUICK_EXIT, 1L);
+    // Servers drop idle connections after a minute at the earliest.
+    setOption(easy, CURLOPT_MAXAGE_CONN, 55L);
+    if (!settings_.domainSocketPath.empty()) {
+        setOption(easy, CURLOPT_UNIX_SOCKET_PATH, settings_.domainSocketPath.c_str());
+    } else {
+        hop_->proxy = shared_.proxies.proxyFor(url_->origin(), settings_.proxyUrl);
+    }
+    const std::optional<Proxy>& proxy = hop_->proxy;
+    // Both set always, so that libcurl does not look into the environment itself.
+    setOption(easy, CURLOPT_PROXY, proxy.has_value() ? proxy->url.c_str() : "");
+    setOption(easy, CURLOPT_NOPROXY, "");
+    if (!proxy.has_value()) {
+        return;
+    }
+    hop_->hasProxyLogin = proxy->hasCredentials;
+    if (settings_.useStoredProxyCredentials) {
+        const auto login = shared_.credentials.credentialsFor(proxy->info);
+        if (login.has_value()) {
+            const std::size_t colon = std::min(login->find(':'), login->size());
+            setOption(easy, CURLOPT_PROXYUSERNAME, login->substr(0, colon).c_str());
+            setOption(easy, CURLOPT_PROXYPASSWORD,
+                      login->substr(std::min(colon + 1, login->size())).c_str());
+            hop_->hasProxyLogin = true;
+        }
+    }
+    // Never "any": where the proxy offers Negotiate without a ticket here, that ends the attempt.
+    setOption(easy, CURLOPT_PROXYAUTH, static_cast<long>(CURLAUTH_BASIC | CURLAUTH_DIGEST));
+}
+
+void Exchange::configureCallbacks(CURL* easy) {
+    setOption(easy, CURLOPT_HEADERFUNCTION, &Exchange::headerCallback);
+    setOption(easy, CURLOPT_HEADERDATA, this);
+    setOption(easy, CURLOPT_WRITEFUNCTION, &Exchange::writeCallback);
+    setOption(easy, CURLOPT_WRITEDATA, this);
+}
+
+void Exchange::configureBody(CURL* easy) {
+    const std::string name = nameOf(method_);
+    if (method_ == HttpMethod::HEAD) {
+        setOption(easy, CURLOPT_NOBODY, 1L);
+        return;
+    }
+    if (mayHaveSideEffects(method_) && !upload_.has_value()) {
+        // libcurl repeats a request whose reused connection dies before an answer, and there is no
+        // callback here that could stop it.
+        setOption(easy, CURLOPT_FRESH_CONNECT, 1L);
+    }
+    if (sendsForm_) {
+        hop_->form = std::make_unique<MultipartForm>(easy, request_.getMultipartBody());
+        setOption(easy, CURLOPT_MIMEPOST, hop_->form->get());
+        setOption(easy, CURLOPT_CUSTOMREQUEST, name.c_str());
+        return;
+    }
+    if (!upload_.has_value() && (method_ == HttpMethod::GET || method_ == HttpMethod::DELETE)) {
+        setOption(easy, CURLOPT_HTTPGET, 1L);
+        setOption(easy, CURLOPT_CUSTOMREQUEST, name.c_str());
+        return;
+    }
+    // Not CURLOPT_POST, which adds the Content-Type of a form.
+    setOption(easy, CURLOPT_UPLOAD, 1L);
+    setOption(easy, CURLOPT_CUSTOMREQUEST, name.c_str());
+    setOption(easy, CURLOPT_INFILESIZE_LARGE,
+              curl_off_t{upload_.has_value() ? upload_->length() : 0});
+    setOption(easy, CURLOPT_READFUNCTION, &Exchange::readCallback);
+    setOption(easy, CURLOPT_READDATA, this);
+    setOption(easy, CURLOPT_SEEKFUNCTION, &Exchange::seekCallback);
+    setOption(easy, CURLOPT_SEEKDATA, this);
+}
+
+// ---- callbacks of libcurl: nothing may be thrown through it
+
+template <class Action>
+bool Exchange::guarded(Action&& action) noexcept {
+    if (cancelled_ || callbackError_ != nullptr) {
+        return false;
+    }
+    const Clock::time_point begin = Clock::now();
+    try {
+        action();
+    } catch (...) {
+        callbackError_ = std::current_exception();
+    }
+    hop_->deadlines.excuse(Clock::now() - begin);
+    return callbackError_ == nullptr && !startsOver_ && !hop_->givesUpBody && !aborted_;
+}
+
+std::size_t Exchange::headerCallback(char* data, std::size_t size, std::size_t count, void* self) {
+    auto* exchange = static_cast<Exchange*>(self);
+    const std::string_view line(data, size * count);
+    return exchange->guarded([=] { exchange->onHeader(line); }) ? line.size() : 0;
+}
+
+std::size_t Exchange::writeCallback(char* data, std::size_t size, std::size_t count, void* self) {
+    auto* exchange = static_cast<Exchange*>(self);
+    const std::string_view bytes(data, size * count);
+    return exchange->guarded([=] { exchange->onBody(bytes); }) ? bytes.size()
+                                                               : CURL_WRITEFUNC_ERROR;
+}
+
+std::size_t Exchange::readCallback(char* data, std::size_t size, std::size_t count, void* self) {
+    auto* exchange = static_cast<Exchange*>(self);
+    std::size_t got = 0;
+    return exchange->guarded([&] { got = exchange->onRead(data, size * count); })
+               ? got
+               : CURL_READFUNC_ABORT;
+}
+
+int Exchange::seekCallback(void* self, curl_off_t offset, int origin) {
+    auto* exchange = static_cast<Exchange*>(self);
+    int result = CURL_SEEKFUNC_CANTSEEK;
+    if (offset == 0 && origin == SEEK_SET) {
+        exchange->guarded([&] { result = exchange->onSeek(); });
+    }
+    return result;
+}
+
+void Exchange::onHeader(std::string_view line) {
+    hop_->answered = true;
+    hop_->headerBytes += static_cast<std::int64_t>(line.size());
+    if (HeaderBlock::isStatusLine(line)) {
+        hop_->inBlock = !committed_;
+        hop_->undecided = false;
+    }
+    // What comes outside a block are trailers; they would change headers that were delivered.
+    if (hop_->inBlock && hop_->block.addLine(line)) {
+        hop_->inBlock = false;
+        onBlock();
+    }
+}
+
+void Exchange::onBlock() {
+    const HeaderBlock& block = hop_->block;
+    if (info<long>(handle(), CURLINFO_RESPONSE_CODE) == 0) {
+        hop_->connectBlock = block;
+        return;
+    }
+    const HttpResponseCode code = block.code();
+    if (isInformational(code) && code != HttpResponseCode::SwitchingProtocols) {
+        return;
+    }
+    if (settings_.followRedirects && isRedirect(code) && block.headers().hasHeader("Location")) {
+        tooManyRedirects_ = redirects_ >= settings_.maxRedirects;
+        if (!tooManyRedirects_) {
+            hop_->redirects = true;
+            return;
+        }
+    }
+    hop_->undecided =
+        (code == HttpResponseCode::ProxyAuthenticationRequired && hop_->hasProxyLogin) ||
+        (code == HttpResponseCode::ExpectationFailed && headers_->hasExpect());
+    if (!hop_->undecided) {
+        commit(block);
+    }
+}
+
+void Exchange::commit(const HeaderBlock& block) {
+    hop_->undecided = false;
+    const ResumeGuard::Verdict verdict = guard_->judge(block);
+    if (verdict == ResumeGuard::Verdict::StartOver) {
+        startsOver_ = true;
+        return;
+    }
+    committed_ = true;
+    core::HttpHeaders headers = block.headers();
+    if (block.code() == HttpResponseCode::ProxyAuthenticationRequired && hop_->proxy.has_value()) {
+        headers.addHeaderValue(proxyInfoHeader, hop_->proxy->info);
+    }
+    response_.setResponseCodeAndReason(block.code(), block.reason());
+    response_.setHeaders(std::move(headers));
+    guard_->commit(block, verdict);
+}
+
+void Exchange::onBody(std::string_view data) {
+    if (hop_->redirects) {
+        constexpr std::int64_t worthReading = 65536;
+        hop_->swallowedBytes += static_cast<std::int64_t>(data.size());
+        hop_->givesUpBody = hop_->swallowedBytes > worthReading;
+        return;
+    }
+    if (hop_->undecided) {
+        commit(hop_->block);
+    }
+    if (!committed_ || startsOver_) {
+        return;
+    }
+    bodyBegun_ = true;
+    if (!writeTo(response_.getResponseBody(), data)) {
+        throw HttpRequestFailedException("The response body stream refused data");
+    }
+    received_ += static_cast<std::int64_t>(data.size());
+    guard_->addReceived(data.size());
+    reportProgress(Clock::now(), false);
+}
+
+std::size_t Exchange::onRead(char* buffer, std::size_t size) {
+    const std::size_t got = upload_.has_value() ? upload_->read(buffer, size) : 0;
+    reportProgress(Clock::now(), false);
+    return got;
+}
+
+int Exchange::onSeek() {
+    // A connection that was reused and died may have carried the whole request; only the caller knows
+    // whether it may be sent twice. With an answer on record libcurl repeats for a proxy login.
+    if (mayHaveSideEffects(method_) && !hop_->answered) {
+        return CURL_SEEKFUNC_FAIL;
+    }
+    return !upload_.has_value() || upload_->rewind() ? CURL_SEEKFUNC_OK : CURL_SEEKFUNC_FAIL;
+}
+
+void Exchange::reportProgress(Clock::time_point now, bool isLast) {
+    constexpr std::chrono::milliseconds interval(50);
+    if (!progress_ || aborted_ || (!isLast && now - lastProgress_ < interval)) {
+        return;
+    }
+    lastProgress_ = now;
+    core::Progress progress;
+    progress.downloaded = received_;
+    if (committed_) {
+        progress.downloadTotal = std::max<std::int64_t>(
+            info<curl_off_t>(handle(), CURLINFO_CONTENT_LENGTH_DOWNLOAD_T), 0);
+    }
+    progress.uploaded = info<curl_off_t>(handle(), CURLINFO_SIZE_UPLOAD_T);
+    progress.uploadTotal =
+        std::max<std::int64_t>(info<curl_off_t>(handle(), CURLINFO_CONTENT_LENGTH_UPLOAD_T), 0);
+    aborted_ = progress_(progress) == core::ProgressResult::Abort;
+}
+
+// ---- between the transfers
+
+Deadlines::State Exchange::state() const {
+    Deadlines::State state;
+    state.connected = info<curl_off_t>(handle(), CURLINFO_PRETRANSFER_TIME_T) > 0;
+    state.sent = !upload_.has_value() || upload_->isFinished();
+    state.answered = hop_->answered;
+    state.uploaded = info<curl_off_t>(handle(), CURLINFO_SIZE_UPLOAD_T);
+    state.downloaded = hop_->headerBytes + hop_->swallowedBytes + received_;
+    return state;
+}
+
+bool Exchange::mustStop(Clock::time_point now) noexcept {
+    if (cancelled_) {
+        return true;
+    }
+    timedOut_ = hop_->deadlines.isExpired(state(), now);
+    try {
+        reportProgress(now, false);
+    } catch (...) {
+        callbackError_ = std::current_exception();
+    }
+    return timedOut_ || aborted_ || callbackError_ != nullptr;
+}
+
+Exchange::Clock::time_point Exchange::nextCheck(Clock::time_point now) const noexcept {
+    // Without a sign from the network a progress callback is asked four times a second, and a hop that
+    // is still connecting is looked at now and then.
+    const Clock::time_point routine = now + std::chrono::milliseconds(progress_ ? 250 : 1000);
+    return std::min(routine, hop_->deadlines.next());
+}
+
+Exchange::Next Exchange::finish(CURLcode code) noexcept {
+    sent_ = sent_ || info<curl_off_t>(handle(), CURLINFO_PRETRANSFER_TIME_T) > 0;
+    Next next = Next::Done;
+    try {
+        next = conclude(code);
+    } catch (...) {
+        error_ = std::current_exception();
+    }
+    if (next == Next::Done) {
+        settleResponse();
+    }
+    return next;
+}
+
+Exchange::Next Exchange::conclude(CURLcode code) {
+    if (cancelled_ || aborted_) {
+        throw HttpRequestCancelledException();
+    }
+    if (callbackError_ == nullptr && hop_->form != nullptr) {
+        callbackError_ = hop_->form->takeError();
+    }
+    if (callbackError_ != nullptr) {
+        std::rethrow_exception(std::exchange(callbackError_, nullptr));
+    }
+    if (timedOut_) {
+        throw core::HttpRequestTimeoutException();
+    }
+    if (!hop_->redirects && hop_->undecided && code == CURLE_OK) {
+        commit(hop_->block);
+    }
+    if (startsOver_) {
+        restart();
+        return Next::Again;
+    }
+    // However its body ended, the redirect itself was complete.
+    if (hop_->redirects) {
+        followRedirect();
+        return Next::Again;
+    }
+    if (code != CURLE_OK) {
+        describeFailure(code);
+        return Next::Done;
+    }
+    succeed();
+    return Next::Done;
+}
+
+void Exchange::succeed() {
+    if (!committed_) {
+        throw HttpRequestFailedException("The server sent no answer");
+    }
+    guard_->requireWhole();
+    if (bodyBegun_ && !response_.getResponseBody().flush()) {
+        throw HttpRequestFailedException("The response body stream refused data");
+    }
+    reportProgress(Clock::now(), true);
+    if (aborted_) {
+        throw HttpRequestCancelledException();
+    }
+    if (tooManyRedirects_) {
+        error_ = transferFailure(
+            "Maximum number of redirects (" + std::to_string(settings_.maxRedirects) + ") reached",
+            context());
+    }
+}
+
+bool Exchange::isRefusedTunnel() const {
+    const auto code = info<long>(handle(), CURLINFO_HTTP_CONNECTCODE);
+    return !committed_ && code >= 300;
+}
+
+void Exchange::describeFailure(CURLcode code) {
+    if (isRefusedTunnel()) {
+        const HeaderBlock& refusal = hop_->connectBlock;
+        if (refusal.code() == HttpResponseCode::ProxyAuthenticationRequired) {
+            // Delivered as an answer: with an error in hand no strategy would ask for credentials.
+            commit(refusal);
+            return;
+        }
+        // The code stays "not made": a proxy does not speak for the server.
+        sent_ = false;
+        error_ = transferFailure(
+            "Proxy refused the tunnel: " + to_string(refusal.code()) + " " + refusal.reason(),
+            context());
+        return;
+    }
+    if (code == CURLE_OUT_OF_MEMORY && !committed_) {
+        error_ = transferFailure("response header too long (libcurl 27)", context());
+        return;
+    }
+    error_ = transferError(code, info<long>(handle(), CURLINFO_OS_ERRNO), hop_->errorText.data(),
+                           context());
+}
+
+void Exchange::restart() {
+    startsOver_ = false;
+    guard_->startOver();
+    rewindBody();
+    configureHop();
+}
+
+void Exchange::followRedirect() {
+    const HttpResponseCode code = hop_->block.code();
+    WireUrl next = url_->resolve(hop_->block.header("Location"));
+    const HttpMethod method = methodAfter(code, method_);
+    if (method != method_) {
+        upload_.reset();
+        sendsForm_ = false;
+        headers_->dropBodyFields();
+    }
+    method_ = method;
+    if (next.origin() != firstOrigin_) {
+        headers_->dropCredentials();
+    }
+    *url_ = std::move(next);
+    ++redirects_;
+    rewindBody();
+    configureHop();
+}
+
+void Exchange::rewindBody() {
+    if (upload_.has_value() && upload_->taken() > 0 && !upload_->rewind()) {
+        throw HttpRequestFailedException("The request body cannot be sent a second time");
+    }
+}
+
+// ---- the end
+
+TransferContext Exchange::context() const {
+    return {.method = method_, .url = url_->display()};
+}
+
+void Exchange::settleResponse() noexcept {
+    try {
+        if (committed_) {
+            // Without a redirect exactly the URL of the request: an added "/" would look like one.
+            response_.setTransactionReport(core::TransactionReport(
+                redirects_, redirects_ > 0 ? url_->toUrl() : request_.getURL()));
+        }
+        if (cancelled_ || aborted_) {
+            // Whatever was received, the attempt counts as not made: strategies look at the code.
+            response_.setResponseCodeAndReason(HttpResponseCode::RequestNotMade,
+                                               "Request Not Made");
+            response_.setHeaders({});
+        } else if (!committed_ && sent_) {
+            response_.setResponseCodeAndReason(HttpResponseCode::ResponseNotReceived,
+                                               "Response Not Received");
+        }
+        if (guard_ != nullptr) {
+            guard_->leaveMark(error_ != nullptr);
+        }
+    } catch (...) {
+        // Only the caller's own callbacks throw here, and the first error says more.
+        if (error_ == nullptr) {
+            error_ = std::current_exception();
+        }
+    }
+}
+
+}  // namespace foundation::httpclient_curl

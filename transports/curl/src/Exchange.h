@@ -1,0 +1,151 @@
+#pragma once
+#include "CurlTypes.h"
+#include "Deadlines.h"
+#include "HeaderBlock.h"
+#include "MultipartForm.h"
+#include "ProxyResolver.h"
+#include "RequestHeaders.h"
+#include "ResumeGuard.h"
+#include "TransferError.h"
+#include "TransferSettings.h"
+#include "UploadSource.h"
+#include "WireUrl.h"
+
+#include <foundation/httpclient_core/HttpRequest.h>
+#include <foundation/httpclient_core/HttpResponse.h>
+#include <foundation/httpclient_core/ProxyCredentialStore.h>
+
+#include <array>
+#include <atomic>
+#include <exception>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+
+namespace foundation::httpclient_curl {
+
+/// One attempt of a request: the hops of its redirects, each a transfer of libcurl, and what comes of
+/// them in the response. Whoever drives it owns the multi handle; all of it runs on one thread, but for
+/// the flag that cancels it.
+class Exchange {
+public:
+    using Clock = Deadlines::Clock;
+    enum class Next { Again, Done };
+
+    /// What the exchanges of one client share. Everything must outlive the exchange.
+    struct Shared {
+        const ProxyResolver& proxies;
+        const core::ProxyCredentialStore& credentials;
+    };
+
+    Exchange(core::HttpRequest& request,
+             core::HttpResponse& response,
+             TransferSettings settings,
+             const std::atomic<bool>& cancelled,
+             Shared shared);
+    Exchange(const Exchange&) = delete;
+    Exchange& operator=(const Exchange&) = delete;
+    ~Exchange();
+
+    /// Prepares the first hop. Done: it failed before anything was sent.
+    Next begin() noexcept;
+    /// The handle to drive after `Next::Again`.
+    CURL* handle() const noexcept { return hop_->easy.get(); }
+    /// Whether the transfer has to be taken out of its multi handle and ended with
+    /// CURLE_ABORTED_BY_CALLBACK: cancelled, too slow, or given up by the progress callback.
+    bool mustStop(Clock::time_point now) noexcept;
+    /// When to ask again.
+    Clock::time_point nextCheck(Clock::time_point now) const noexcept;
+    /// The transfer ended with this code; it is out of its multi handle.
+    Next finish(CURLcode code) noexcept;
+    /// After `Next::Done`: null for success. The exchange keeps no reference to it.
+    std::exception_ptr takeError() noexcept { return std::exchange(error_, nullptr); }
+
+private:
+    /// What belongs to one transfer.
+    struct Hop {
+        explicit Hop(const TransferSettings& settings) : deadlines(settings) {}
+        // What the handle reads must outlive it.
+        HeaderLines lines;
+        std::unique_ptr<MultipartForm> form;
+        std::array<char, CURL_ERROR_SIZE> errorText{};
+        EasyHandle easy;
+        std::optional<Proxy> proxy;
+        Deadlines deadlines;
+        HeaderBlock block;
+        HeaderBlock connectBlock;  ///< The proxy's last answer to CONNECT.
+        std::int64_t headerBytes = 0;
+        std::int64_t swallowedBytes = 0;
+        bool inBlock = false;
+        bool answered = false;       ///< A byte of the answer has come.
+        bool hasProxyLogin = false;  ///< libcurl may repeat the request after a 407.
+        bool undecided = false;      ///< The block is delivered unless libcurl repeats the request.
+        bool redirects = false;    ///< The answer sends the client elsewhere; its body is dropped.
+        bool givesUpBody = false;  ///< Ended on purpose in the body of a redirect.
+    };
+
+    void prepare();
+    void configureHop();
+    void configureBody(CURL* easy);
+    void configureConnection(CURL* easy);
+    void configureCallbacks(CURL* easy);
+    void followRedirect();
+    void restart();
+    void rewindBody();
+
+    template <class Action>
+    bool guarded(Action&& action) noexcept;
+    void onHeader(std::string_view line);
+    void onBlock();
+    void onBody(std::string_view data);
+    std::size_t onRead(char* buffer, std::size_t size);
+    int onSeek();
+    void commit(const HeaderBlock& block);
+    void reportProgress(Clock::time_point now, bool isLast);
+    Deadlines::State state() const;
+
+    Next conclude(CURLcode code);
+    void succeed();
+    void describeFailure(CURLcode code);
+    void settleResponse() noexcept;
+    bool isRefusedTunnel() const;
+    TransferContext context() const;
+
+    static std::size_t headerCallback(char* data, std::size_t size, std::size_t count, void* self);
+    static std::size_t writeCallback(char* data, std::size_t size, std::size_t count, void* self);
+    static std::size_t readCallback(char* data, std::size_t size, std::size_t count, void* self);
+    static int seekCallback(void* self, curl_off_t offset, int origin);
+
+    core::HttpRequest& request_;
+    core::HttpResponse& response_;
+    TransferSettings settings_;
+    const std::atomic<bool>& cancelled_;
+    Shared shared_;
+    core::ProgressCallback progress_;
+    Clock::time_point lastProgress_;
+
+    core::HttpMethod method_;
+    std::unique_ptr<WireUrl> url_;  ///< This and the next two: null until prepared.
+    Origin firstOrigin_;
+    std::unique_ptr<RequestHeaders> headers_;
+    std::unique_ptr<ResumeGuard> guard_;
+    std::optional<UploadSource> upload_;
+    bool sendsForm_ = false;
+    std::unique_ptr<Hop> hop_;
+    int redirects_ = 0;
+
+    bool committed_ = false;  ///< The response holds the code and headers of this attempt.
+    bool bodyBegun_ = false;
+    bool startsOver_ = false;  ///< The answer did not continue the body; ask again for all of it.
+    bool tooManyRedirects_ = false;
+    bool timedOut_ = false;
+    bool aborted_ = false;  ///< By the progress callback.
+    bool sent_ = false;     ///< Some hop got as far as sending.
+    std::int64_t received_ = 0;
+    std::exception_ptr callbackError_;
+    std::exception_ptr error_;
+};
+
+}  // namespace foundation::httpclient_curl

@@ -1,0 +1,39 @@
+#pragma once
+#include <foundation/httpclient_core/HttpHeaders.h>
+#include <foundation/httpclient_core/HttpResponseCode.h>
+
+#include <string>
+#include <string_view>
+
+namespace foundation::httpclient_curl {
+
+/// One header block of an answer: a status line and fields, gathered line by line.
+class HeaderBlock {
+public:
+    /// Whether this line begins a block.
+    static bool isStatusLine(std::string_view line);
+
+    /// Takes one line with its end. True when it is the empty line that ends the block.
+    /// Throws HttpRequestFailedException for a block of more than 1000 fields.
+    bool addLine(std::string_view line);
+
+    httpclient_core::HttpResponseCode code() const noexcept { return code_; }
+    const std::string& reason() const noexcept { return reason_; }
+    const httpclient_core::HttpHeaders& headers() const noexcept { return headers_; }
+    /// The value of the first field of that name; empty where there is none.
+    std::string header(const std::string& name) const;
+
+private:
+    void begin(std::string_view line);
+    void keepField();
+
+    httpclient_core::HttpResponseCode code_ =
+        httpclient_core::HttpResponseCode::ResponseNotReceived;
+    std::string reason_;
+    httpclient_core::HttpHeaders headers_;
+    std::string name_;  ///< The field that a folded line may continue.
+    std::string value_;
+    int fields_ = 0;
+};
+
+}  // namespace foundation::httpclient_curl

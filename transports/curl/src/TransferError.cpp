@@ -1,0 +1,69 @@
+#include "TransferError.h"
+
+#include <foundation/httpclient_core/HttpRequestFailedException.h>
+#include <foundation/httpclient_core/HttpRequestTimeoutException.h>
+
+#include <cerrno>
+#include <sstream>
+
+namespace foundation::httpclient_curl {
+namespace {
+
+using namespace httpclient_core;
+
+// Text that a server had a part in must not move a terminal's cursor.
+std::string printable(const std::string& text) {
+    constexpr std::string_view digits = "0123456789ABCDEF";
+    std::string clean;
+    for (const char c : text) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (byte < 0x20 || byte == 0x7F) {
+            clean += "\\x";
+            clean += digits[byte >> 4U];
+            clean += digits[byte & 0xFU];
+        } else {
+            clean += c;
+        }
+    }
+    return clean;
+}
+
+const char* prefixFor(CURLcode code) {
+    switch (code) {
+        case CURLE_PEER_FAILED_VERIFICATION:
+        case CURLE_SSL_CACERT_BADFILE:
+        case CURLE_SSL_ISSUER_ERROR:
+        case CURLE_SSL_INVALIDCERTSTATUS:
+            return "TLS verification: ";
+        case CURLE_SEND_FAIL_REWIND:
+            return "not repeated on a fresh connection: ";
+        default:
+            return "";
+    }
+}
+
+}  // namespace
+
+std::exception_ptr transferError(CURLcode code,
+                                 long osError,
+                                 const std::string& detail,
+                                 const TransferContext& context) {
+    if (code == CURLE_OPERATION_TIMEDOUT ||
+        (code == CURLE_COULDNT_CONNECT && osError == ETIMEDOUT)) {
+        return std::make_exception_ptr(HttpRequestTimeoutException());
+    }
+    if (code == CURLE_OUT_OF_MEMORY) {
+        return std::make_exception_ptr(std::bad_alloc());
+    }
+    const std::string text = detail.empty() ? curl_easy_strerror(code) : detail;
+    return transferFailure(prefixFor(code) + text + " (libcurl " + std::to_string(code) + ")",
+                           context);
+}
+
+std::exception_ptr transferFailure(const std::string& text, const TransferContext& context) {
+    std::ostringstream message;
+    message << context.method << ' ' << context.url << ": " << text;
+    return std::make_exception_ptr(HttpRequestFailedException(printable(message.str())));
+}
+
+}  // namespace foundation::httpclient_curl

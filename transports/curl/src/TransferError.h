@@ -1,0 +1,25 @@
+#pragma once
+#include <foundation/httpclient_core/HttpMethod.h>
+
+#include <curl/curl.h>
+
+#include <exception>
+#include <string>
+
+namespace foundation::httpclient_curl {
+
+/// What an error message says of the request: never a query, which may hold secrets.
+struct TransferContext {
+    httpclient_core::HttpMethod method;
+    std::string url;
+};
+
+/// The exception for what libcurl reports. `detail` is the text of its error buffer.
+std::exception_ptr transferError(CURLcode code,
+                                 long osError,
+                                 const std::string& detail,
+                                 const TransferContext& context);
+/// A failure of the transport's own in the same form.
+std::exception_ptr transferFailure(const std::string& text, const TransferContext& context);
+
+}  // namespace foundation::httpclient_curl
