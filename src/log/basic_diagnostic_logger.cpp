@@ -31,26 +31,26 @@ struct basic_diagnostic_logger<CharT>::Impl {
 
 template <class CharT>
 basic_diagnostic_logger<CharT>::basic_diagnostic_logger(std::basic_string<CharT> channel)
-    : impl(std::make_unique<Impl>(std::move(channel))) {}
+    : impl_(std::make_unique<Impl>(std::move(channel))) {}
 
 template <class CharT>
 basic_diagnostic_logger<CharT>::~basic_diagnostic_logger() = default;
 
 template <class CharT>
 const std::basic_string<CharT>& basic_diagnostic_logger<CharT>::channel() const noexcept {
-    return impl->channel;
+    return impl_->channel;
 }
 
 template <class CharT>
 void basic_diagnostic_logger<CharT>::emit(std::uint32_t severity,
                                           void (*write)(void*, std::basic_ostream<CharT>&),
                                           void* context) {
-    if (!impl->core->get_logging_enabled()) {
+    if (!impl_->core->get_logging_enabled()) {
         return;
     }
-    const std::lock_guard lock(impl->mutex);
+    const std::lock_guard lock(impl_->mutex);
     boost::log::sources::aux::get_severity_level() = severity;
-    boost::log::record record = impl->core->open_record(impl->attributes);
+    boost::log::record record = impl_->core->open_record(impl_->attributes);
     if (!record) {
         return;
     }
@@ -60,7 +60,7 @@ void basic_diagnostic_logger<CharT>::emit(std::uint32_t severity,
     write(context, stream.stream());
     stream.flush();
     stream.detach_from_record();
-    impl->core->push_record(std::move(record));
+    impl_->core->push_record(std::move(record));
 }
 
 template class basic_diagnostic_logger<char>;
