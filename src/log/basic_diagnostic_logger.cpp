@@ -4,6 +4,7 @@
 #include <boost/log/attributes/constant.hpp>
 #include <boost/log/core/core.hpp>
 #include <boost/log/core/record.hpp>
+#include <boost/log/detail/default_attribute_names.hpp>
 #include <boost/log/sources/record_ostream.hpp>
 #include <boost/log/sources/severity_feature.hpp>
 
@@ -20,6 +21,10 @@ struct basic_diagnostic_logger<CharT>::Impl {
                           boost::log::attributes::constant<std::basic_string<CharT>>(channel));
         // Reads the slot that emit() sets, so one attribute set serves every severity.
         attributes.insert("Severity", boost::log::sources::aux::severity_level<int>());
+        // Boost makes its static objects at first use. Those that a record needs must be older than a
+        // static logger: they then outlive it, and records written while the process exits find them.
+        boost::log::sources::aux::get_severity_level() = 0;
+        boost::log::aux::default_attribute_names::message();
     }
 
     std::basic_string<CharT> channel;
@@ -60,6 +65,8 @@ void basic_diagnostic_logger<CharT>::emit(std::uint32_t severity,
     write(context, stream.stream());
     stream.flush();
     stream.detach_from_record();
+    // The sinks read the slot as well, and a writer that logs elsewhere has changed it.
+    boost::log::sources::aux::get_severity_level() = severity;
     impl_->core->push_record(std::move(record));
 }
 
