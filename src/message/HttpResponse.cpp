@@ -4,7 +4,7 @@
 
 #include <foundation/httpclient_core/HttpRequest.h>
 
-#include <iostream>
+#include <istream>
 #include <stdexcept>
 #include <utility>
 
