@@ -13,6 +13,7 @@ namespace foundation::httpclient_core {
 /// thread-compatible
 ///
 /// @par Example
+/// Thrown and caught as what it is based on:
 /// @code{.cpp}
 /// try {
 ///     throw BadWebSocketException("Handshake refused");

@@ -13,6 +13,7 @@ namespace foundation::httpclient_core {
 /// thread-compatible
 ///
 /// @par Example
+/// Bytes under a name:
 /// @code{.cpp}
 /// DataPart part("hello");
 /// part.withPartName("greeting").withContentType("text/plain");

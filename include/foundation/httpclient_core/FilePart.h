@@ -15,6 +15,7 @@ namespace foundation::httpclient_core {
 /// thread-compatible
 ///
 /// @par Example
+/// A file under a name, and then another one:
 /// @code{.cpp}
 /// FilePart part(PartHeader("avatar", "image/png"), "pictures/me.png");
 /// assert(part.getFilePath() == "pictures/me.png");

@@ -21,6 +21,7 @@ namespace foundation::httpclient_core {
 /// thread-compatible; streams share nothing with the object or with each other.
 ///
 /// @par Example
+/// What a request needs for a form of two fields:
 /// @code{.cpp}
 /// const FormUrlEncoded form({{"name", "John Smith"}, {"q", "a+b&c=d"}});
 /// std::ostringstream body;

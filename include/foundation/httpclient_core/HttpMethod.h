@@ -15,6 +15,7 @@ namespace foundation::httpclient_core {
 /// thread-safe
 ///
 /// @par Example
+/// Into text and back:
 /// @code{.cpp}
 /// std::ostringstream text;
 /// text << HttpMethod::PATCH << ' ' << HttpMethod{6};

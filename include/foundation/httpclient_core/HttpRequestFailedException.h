@@ -19,6 +19,7 @@ namespace foundation::httpclient_core {
 /// thread-compatible
 ///
 /// @par Example
+/// One handler for every failed request:
 /// @code{.cpp}
 /// try {
 ///     throw HttpRequestTimeoutException();

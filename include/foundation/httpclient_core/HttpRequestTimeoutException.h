@@ -11,6 +11,7 @@ namespace foundation::httpclient_core {
 /// thread-compatible
 ///
 /// @par Example
+/// The fixed text:
 /// @code{.cpp}
 /// const HttpRequestTimeoutException error;
 /// assert(error.what() == std::string("Request timed out."));

@@ -20,6 +20,7 @@ class HttpResponse;
 /// thread-safe
 ///
 /// @par Example
+/// Reason, number and class:
 /// @code{.cpp}
 /// assert(getReasonStringForCode(HttpResponseCode::NotFound) == "Not Found");
 /// assert(to_string(HttpResponseCode::RequestNotMade) == "-1");

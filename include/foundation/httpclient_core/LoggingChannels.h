@@ -50,6 +50,7 @@ inline constexpr std::uint32_t SEVERITY_ERROR = 512;
 /// thread-safe: concurrent first callers wait for one construction.
 ///
 /// @par Example
+/// Without the notes on progress, and back again:
 /// @code{.cpp}
 /// coreChannel().set_filter_mask(SEVERITY_ERROR | SEVERITY_CAUGHT);  // no notes on progress
 /// assert(coreChannel().enabled(SEVERITY_ERROR) && !coreChannel().enabled(SEVERITY_PROGRESS));

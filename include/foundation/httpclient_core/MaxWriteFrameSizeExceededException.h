@@ -14,6 +14,7 @@ namespace foundation::httpclient_core {
 /// thread-compatible
 ///
 /// @par Example
+/// The limit goes in first, the payload comes out first:
 /// @code{.cpp}
 /// const MaxWriteFrameSizeExceededException error(1024, 4096);
 /// assert(error.what() ==

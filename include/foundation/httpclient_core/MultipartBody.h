@@ -19,6 +19,7 @@ namespace foundation::httpclient_core {
 /// thread-compatible
 ///
 /// @par Example
+/// A text and a picture:
 /// @code{.cpp}
 /// MultipartBody body;
 /// body.withPart(DataPart(PartHeader("title"), "My cat"))

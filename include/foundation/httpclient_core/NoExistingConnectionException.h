@@ -13,6 +13,7 @@ namespace foundation::httpclient_core {
 /// thread-compatible
 ///
 /// @par Example
+/// The fixed text:
 /// @code{.cpp}
 /// const NoExistingConnectionException error;
 /// assert(std::string(error.what()).starts_with("No working WebSocket connection."));

@@ -16,6 +16,7 @@ namespace foundation::httpclient_core {
 /// thread-compatible
 ///
 /// @par Example
+/// A name and a content type:
 /// @code{.cpp}
 /// const PartHeader header = PartHeader("avatar").withContentType("image/png");
 /// assert(header.getPartName() == "avatar" && header.getContentType() == "image/png");

@@ -23,6 +23,7 @@ namespace foundation::httpclient_core {
 /// thread-compatible
 ///
 /// @par Example
+/// In a path, in a form, and for text beyond ASCII:
 /// @code{.cpp}
 /// const PercentEncoder encode("%20");
 /// assert(encode("a b/c~") == "a%20b%2Fc~");

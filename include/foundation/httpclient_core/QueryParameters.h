@@ -34,6 +34,7 @@ namespace foundation::httpclient_core {
 /// thread-compatible
 ///
 /// @par Example
+/// Parsed, extended and printed both ways:
 /// @code{.cpp}
 /// QueryParameters query("?a=1&b=&c&=d&&e=x=y");
 /// assert(query.size() == 4 && query.getParameterValue("E") == "x=y");

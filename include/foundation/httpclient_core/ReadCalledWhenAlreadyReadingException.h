@@ -13,6 +13,7 @@ namespace foundation::httpclient_core {
 /// thread-compatible
 ///
 /// @par Example
+/// The fixed text:
 /// @code{.cpp}
 /// const ReadCalledWhenAlreadyReadingException error;
 /// assert(error.what() == std::string("Calling read before the previous read completes is illegal."));

@@ -31,6 +31,7 @@ namespace foundation::httpclient_core {
 /// thread-compatible
 ///
 /// @par Example
+/// Cut into its parts and printed as it was:
 /// @code{.cpp}
 /// const URL url("web://server.test:8443/a/b?x=1&y=%20#top");
 /// assert(url.getProtocol() == "web" && url.getDomain() == "server.test" && url.getPort() == 8443);

@@ -28,6 +28,7 @@ namespace foundation::log {
 /// delivery to the sinks, so the records of one logger never interleave.
 ///
 /// @par Example
+/// A channel of its own, whose mask excludes notes on progress:
 /// @code{.cpp}
 /// foundation::log::basic_diagnostic_logger<char> logger("my::channel");
 /// logger.set_filter_mask(16 | 512);

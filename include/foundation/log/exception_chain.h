@@ -17,6 +17,7 @@ namespace detail {
 /// thread-safe: each thread has its own exception.
 ///
 /// @par Example
+/// An exception and its cause:
 /// @code{.cpp}
 /// try {
 ///     try {
