@@ -2,6 +2,7 @@
 
 #include <stdexcept>
 #include <utility>
+
 namespace foundation::httpclient_core {
 namespace {
 

@@ -1,10 +1,9 @@
 #include <foundation/httpclient_core/FormUrlEncoded.h>
 
+#include "body/StreamLimit.h"
+
 #include <foundation/httpclient_core/PercentEncoder.h>
 
-#include <cstddef>
-#include <limits>
-#include <new>
 #include <sstream>
 
 namespace foundation::httpclient_core {
@@ -21,11 +20,7 @@ std::uint64_t FormUrlEncoded::contentLength() const noexcept {
 }
 
 std::unique_ptr<std::istream> FormUrlEncoded::stream() const {
-    // The promised limit of one stream, on every platform.
-    constexpr std::size_t largestStream = std::numeric_limits<std::int32_t>::max();
-    if (body_.size() > largestStream) {
-        throw std::bad_alloc();
-    }
+    requireStreamSize(body_.size());
     return std::make_unique<std::istringstream>(body_);
 }
 

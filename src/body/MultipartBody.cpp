@@ -1,29 +1,13 @@
 #include <foundation/httpclient_core/MultipartBody.h>
 
-#include <algorithm>
 #include <stdexcept>
 #include <utility>
 
 namespace foundation::httpclient_core {
 namespace {
 
-using Parts = std::vector<std::variant<DataPart, FilePart>>;
-
-// The first part of one kind with exactly this name, or null. Part names keep their letter case.
 template <class Part>
-const Part* findPart(const Parts& parts, const std::string& name) {
-    for (const auto& part : parts) {
-        const Part* candidate = std::get_if<Part>(&part);
-        if (candidate != nullptr && candidate->getHeader().getPartName() == name) {
-            return candidate;
-        }
-    }
-    return nullptr;
-}
-
-template <class Part>
-const Part& requirePart(const Parts& parts, const std::string& name, const char* kind) {
-    const Part* part = findPart<Part>(parts, name);
+const Part& require(const Part* part, const char* kind, const std::string& name) {
     if (part == nullptr) {
         throw std::out_of_range(std::string(kind) + " part with name=\"" + name + "\" not found.");
     }
@@ -31,6 +15,17 @@ const Part& requirePart(const Parts& parts, const std::string& name, const char*
 }
 
 }  // namespace
+
+template <class Part>
+const Part* MultipartBody::findPart(const std::string& name) const noexcept {
+    for (const auto& part : content_) {
+        const Part* candidate = std::get_if<Part>(&part);
+        if (candidate != nullptr && nameOf(*candidate) == name) {
+            return candidate;
+        }
+    }
+    return nullptr;
+}
 
 MultipartBody::MultipartBody() = default;
 
@@ -61,25 +56,24 @@ std::vector<std::variant<DataPart, FilePart>> MultipartBody::getContent() const 
 }
 
 bool MultipartBody::hasDataPart(const std::string& name) const {
-    return findPart<DataPart>(content_, name) != nullptr;
+    return findPart<DataPart>(name) != nullptr;
 }
 
 bool MultipartBody::hasFilePart(const std::string& name) const {
-    return findPart<FilePart>(content_, name) != nullptr;
+    return findPart<FilePart>(name) != nullptr;
 }
 
 DataPart MultipartBody::getDataPart(const std::string& name) const {
-    return requirePart<DataPart>(content_, name, "Data");
+    return require(findPart<DataPart>(name), "Data", name);
 }
 
 FilePart MultipartBody::getFilePart(const std::string& name) const {
-    return requirePart<FilePart>(content_, name, "File");
+    return require(findPart<FilePart>(name), "File", name);
 }
 
 void MultipartBody::removePart(const std::string& name) {
     std::erase_if(content_, [&name](const auto& part) {
-        return std::visit([](const auto& held) { return held.getHeader().getPartName(); }, part) ==
-               name;
+        return std::visit([&name](const auto& held) { return nameOf(held) == name; }, part);
     });
 }
 

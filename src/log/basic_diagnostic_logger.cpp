@@ -4,6 +4,7 @@
 #include <boost/log/attributes/constant.hpp>
 #include <boost/log/core/core.hpp>
 #include <boost/log/core/record.hpp>
+#include <boost/log/detail/default_attribute_names.hpp>
 #include <boost/log/sources/record_ostream.hpp>
 #include <boost/log/sources/severity_feature.hpp>
 
@@ -20,6 +21,10 @@ struct basic_diagnostic_logger<CharT>::Impl {
                           boost::log::attributes::constant<std::basic_string<CharT>>(channel));
         // Reads the slot that emit() sets, so one attribute set serves every severity.
         attributes.insert("Severity", boost::log::sources::aux::severity_level<int>());
+        // Boost makes its static objects at first use. Those that a record needs must be older than a
+        // static logger: they then outlive it, and records written while the process exits find them.
+        boost::log::sources::aux::get_severity_level() = 0;
+        boost::log::aux::default_attribute_names::message();
     }
 
     std::basic_string<CharT> channel;
@@ -31,26 +36,26 @@ struct basic_diagnostic_logger<CharT>::Impl {
 
 template <class CharT>
 basic_diagnostic_logger<CharT>::basic_diagnostic_logger(std::basic_string<CharT> channel)
-    : impl(std::make_unique<Impl>(std::move(channel))) {}
+    : impl_(std::make_unique<Impl>(std::move(channel))) {}
 
 template <class CharT>
 basic_diagnostic_logger<CharT>::~basic_diagnostic_logger() = default;
 
 template <class CharT>
 const std::basic_string<CharT>& basic_diagnostic_logger<CharT>::channel() const noexcept {
-    return impl->channel;
+    return impl_->channel;
 }
 
 template <class CharT>
 void basic_diagnostic_logger<CharT>::emit(std::uint32_t severity,
                                           void (*write)(void*, std::basic_ostream<CharT>&),
                                           void* context) {
-    if (!impl->core->get_logging_enabled()) {
+    if (!impl_->core->get_logging_enabled()) {
         return;
     }
-    const std::lock_guard lock(impl->mutex);
+    const std::lock_guard lock(impl_->mutex);
     boost::log::sources::aux::get_severity_level() = severity;
-    boost::log::record record = impl->core->open_record(impl->attributes);
+    boost::log::record record = impl_->core->open_record(impl_->attributes);
     if (!record) {
         return;
     }
@@ -60,7 +65,9 @@ void basic_diagnostic_logger<CharT>::emit(std::uint32_t severity,
     write(context, stream.stream());
     stream.flush();
     stream.detach_from_record();
-    impl->core->push_record(std::move(record));
+    // The sinks read the slot as well, and a writer that logs elsewhere has changed it.
+    boost::log::sources::aux::get_severity_level() = severity;
+    impl_->core->push_record(std::move(record));
 }
 
 template class basic_diagnostic_logger<char>;

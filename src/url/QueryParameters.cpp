@@ -74,8 +74,8 @@ void QueryParameters::addQueryParameter(const std::string& key, std::string valu
     }
     // The raw text first, because it alone can be taken back without failing.
     const std::size_t formerSize = rawQuery_.size();
-    appendRawQueryParameter(key, value);
     try {
+        appendRawQueryParameter(key, value);
         parameters_.add(key, std::move(value));
     } catch (...) {
         rawQuery_.resize(formerSize);
@@ -151,7 +151,8 @@ std::string QueryParameters::getKeyValueSep() const {
 }
 
 std::ostream& QueryParameters::toStream(std::ostream& os) const {
-    return os << toString();
+    // Nothing at all for an empty object, not even the padding of a width set on the stream.
+    return empty() ? os : os << toString();
 }
 
 std::string QueryParameters::toString() const {
@@ -173,17 +174,14 @@ std::string QueryParameters::toUnencodedString() const {
 }
 
 void QueryParameters::appendRawQueryParameter(const std::string& key, const std::string& value) {
-    std::string piece;
-    piece.reserve(entrySep_.size() + key.size() + keyValueSep_.size() + value.size());
     if (!rawQuery_.empty()) {
-        piece += entrySep_;
+        rawQuery_ += entrySep_;
     }
-    piece += key;
+    rawQuery_ += key;
     if (!value.empty()) {
-        piece += keyValueSep_;
-        piece += value;
+        rawQuery_ += keyValueSep_;
+        rawQuery_ += value;
     }
-    rawQuery_ += piece;
 }
 
 }  // namespace foundation::httpclient_core

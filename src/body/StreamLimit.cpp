@@ -1,0 +1,13 @@
+#include "body/StreamLimit.h"
+
+#include <new>
+
+namespace foundation::httpclient_core {
+
+void requireStreamSize(std::uint64_t size) {
+    if (size > largestStreamSize) {
+        throw std::bad_alloc();
+    }
+}
+
+}  // namespace foundation::httpclient_core

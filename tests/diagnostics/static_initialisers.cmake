@@ -1,0 +1,15 @@
+# Lists the functions that run when LIBRARY is loaded, with NM. Only the header-name constants, which have
+# the first priority open to programs, may have one; priorities before it are the compiler's own.
+execute_process(COMMAND ${NM} ${LIBRARY} OUTPUT_VARIABLE symbols COMMAND_ERROR_IS_FATAL ANY)
+string(REGEX MATCHALL "_GLOBAL__(sub_)?I[^\n]*" initialisers "${symbols}")
+set(constants FALSE)
+foreach(initialiser IN LISTS initialisers)
+    if(initialiser MATCHES "^_GLOBAL__(sub_)?I[._]0*101")
+        set(constants TRUE)
+    elseif(NOT initialiser MATCHES "^_GLOBAL__(sub_)?I[._]000[0-9][0-9]_")
+        message(SEND_ERROR "${LIBRARY} has a static initialiser: ${initialiser}")
+    endif()
+endforeach()
+if(NOT constants)
+    message(SEND_ERROR "The initialiser of the header-name constants was not found in ${LIBRARY}")
+endif()
