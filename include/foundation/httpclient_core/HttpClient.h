@@ -124,11 +124,11 @@ namespace foundation::httpclient_core {
 /// The virtual functions are declared in the order of their table entries, which is part of the
 /// binary interface.
 ///
-/// @par Thread safety Thread-safe: any number of requests at once, from any threads. The stored
-///     configuration is internally locked by one non-recursive mutex, which covers
-///     getClientConfiguration(), setClientConfiguration() with the configurationChanged() it
-///     calls, and the copy taken when a request starts. No lock is held while sending, asking a
-///     strategy, prompting or delivering.
+/// @par Thread safety
+/// Thread-safe: any number of requests at once, from any threads. The stored configuration is
+/// internally locked by one non-recursive mutex, which covers getClientConfiguration(),
+/// setClientConfiguration() with the configurationChanged() it calls, and the copy taken when a
+/// request starts. No lock is held while sending, asking a strategy, prompting or delivering.
 ///
 /// @par Example
 /// @code{.cpp}

@@ -14,7 +14,8 @@ namespace foundation::httpclient_core {
 /// The accessors are virtual, but a prompt answers by value: a derived class is cut down to its
 /// base.
 ///
-/// @par Thread safety Thread-compatible.
+/// @par Thread safety
+/// Thread-compatible.
 ///
 /// @par Example
 /// @code{.cpp}
