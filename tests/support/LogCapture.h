@@ -59,10 +59,11 @@ private:
     struct Backend
         : boost::log::sinks::basic_sink_backend<boost::log::sinks::synchronized_feeding> {
         void consume(const boost::log::record_view& view) {
+            const std::string absent = "none";
             LogRecord record;
-            record.channel = boost::log::extract_or_default<std::string>("Channel", view, "none");
+            record.channel = boost::log::extract_or_default<std::string>("Channel", view, absent);
             record.severity = boost::log::extract_or_default<int>("Severity", view, -1);
-            record.text = boost::log::extract_or_default<std::string>("Message", view, "none");
+            record.text = boost::log::extract_or_default<std::string>("Message", view, absent);
             const std::lock_guard lock(mutex);
             records.push_back(std::move(record));
         }
