@@ -1,5 +1,6 @@
 #pragma once
 #include "tests/client/ScriptedTransport.h"
+#include "tests/support/LogCapture.h"
 
 #include <gtest/gtest.h>
 
@@ -37,6 +38,8 @@ protected:
     }
 
     static bool synchronous() { return GetParam() == Road::Synchronous; }
+
+    LogCapture log;
 };
 
 inline HttpRequest getRequest(const char* url = "http://host/file") {
