@@ -173,6 +173,10 @@ public:
     /// Changes the request as a transport may while it sends it.
     std::function<void(HttpRequest&)> onSend;
 
+    /// Called when an attempt begins, and when it has ended, with its error.
+    std::function<void(const Seen&)> onBegin;
+    std::function<void(const Seen&, const std::exception_ptr&)> onEnd;
+
     using HttpClient::useProxyCredentialProvider;
 
     std::string transportName() const override { return "scripted"; }
@@ -276,6 +280,27 @@ private:
         seen.reasonAtEntry = response.getResponseCodeReason();
         seen.responseHeadersAtEntry = response.getHeaders();
         const std::size_t index = note(seen);
+        if (onBegin) {
+            onBegin(seen);
+        }
+        std::exception_ptr error;
+        try {
+            attempt(request, response, seen, index);
+        } catch (...) {
+            error = std::current_exception();
+        }
+        if (onEnd) {
+            onEnd(seenAt(index), error);
+        }
+        if (error != nullptr) {
+            std::rethrow_exception(error);
+        }
+    }
+
+    void attempt(HttpRequest& request,
+                 HttpResponse& response,
+                 Seen& seen,
+                 std::size_t index) const {
         if (seen.isProxyResend()) {
             clearForProxyResend(request, response);
         }
@@ -289,12 +314,12 @@ private:
             seen.body = readBody(request.getRequestBody());
             change(index, [&seen](Seen& noted) { noted.body = seen.body; });
         }
-        const Attempt attempt = answering_ ? answering_(seen) : Attempt{};
-        if (attempt.code != HttpResponseCode::RequestNotMade) {
-            receive(attempt, request, response, index);
+        const Attempt script = answering_ ? answering_(seen) : Attempt{};
+        if (script.code != HttpResponseCode::RequestNotMade) {
+            receive(script, request, response, index);
         }
-        if (attempt.error != nullptr) {
-            std::rethrow_exception(attempt.error);
+        if (script.error != nullptr) {
+            std::rethrow_exception(script.error);
         }
     }
 
@@ -331,6 +356,11 @@ private:
         const std::lock_guard lock(mutex_);
         seen_.push_back(seen);
         return seen_.size() - 1;
+    }
+
+    Seen seenAt(std::size_t index) const {
+        const std::lock_guard lock(mutex_);
+        return seen_[index];
     }
 
     void change(std::size_t index, const std::function<void(Seen&)>& edit) const {
