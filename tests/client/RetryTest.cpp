@@ -275,6 +275,23 @@ TEST_P(RetryTest, AnUpgradeAtTheFirstURLIsAnAnswerLikeAnyOther) {
     EXPECT_EQ(client.seenHeader("Range"), (std::vector<std::string>{"-", "bytes=4-"}));
 }
 
+// A transport may hand back another request; what counts is the URL that the caller asked for.
+TEST_P(RetryTest, TheFirstURLIsTheCallersAlsoIfTheTransportChangesTheRequest) {
+    Attempt upgrade = answerFrom("http://host/file", HttpResponseCode::UpgradeRequired);
+    ScriptedTransport client({answer(HttpResponseCode::BadGateway),
+                              answer(HttpResponseCode::BadGateway), upgrade,
+                              answer(HttpResponseCode::OK)});
+    client.setClientConfiguration(retrying(retryUpTo(4)));
+    client.onSend = [](HttpRequest& request) {
+        request = HttpRequest(HttpMethod::GET, URL("http://host/changed"), request.getHeaders());
+    };
+    run(client, getRequest());
+    EXPECT_EQ(urls(client),
+              (std::vector<std::string>{"http://host/file", "http://host/changed",
+                                        "http://host/changed", "http://host/changed"}));
+    EXPECT_TRUE(progressRecords().empty());
+}
+
 // A rebuilt request keeps a "Range" among its headers, whose body was reset.
 TEST_P(RetryTest, AnUpgradeAfterAResumeKeepsTheRange) {
     ScriptedTransport client({brokenOff(HttpResponseCode::OK, "half"),
