@@ -988,7 +988,7 @@ TEST_F(HttpClientTest, ACancelledRequestEndsWithTheCancellation) {
     EXPECT_FALSE(base.cancelRequest(id + 1));
     client.pump();
     EXPECT_TRUE(throwsExactly<HttpRequestCancelledException>(
-        [&response = response] { response.get(); }, HttpRequestCancelledException().what()));
+        [&outcome = response] { outcome.get(); }, HttpRequestCancelledException().what()));
     EXPECT_FALSE(base.cancelRequest(id));
 }
 

@@ -26,6 +26,7 @@ namespace foundation::httpclient_core {
 /// Thread-compatible. The callable runs on the thread that invokes the handler.
 ///
 /// @par Example
+/// A lambda, invoked as a transport does when the exchange has ended:
 /// @code{.cpp}
 /// CompletionHandler handler = [](HttpRequest request, HttpResponse, std::exception_ptr error) {
 ///     assert(request.getHttpMethod() == HttpMethod::GET && error == nullptr);

@@ -131,6 +131,7 @@ namespace foundation::httpclient_core {
 /// request starts. No lock is held while sending, asking a strategy, prompting or delivering.
 ///
 /// @par Example
+/// A request over any transport, on the calling thread:
 /// @code{.cpp}
 /// ExampleTransport client;
 /// client.setClientConfiguration(ClientConfiguration().withResumeOnRetry(true));

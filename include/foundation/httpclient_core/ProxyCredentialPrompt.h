@@ -18,6 +18,7 @@ namespace foundation::httpclient_core {
 /// requests: the client takes no lock and asks from every thread that serves a proxy.
 ///
 /// @par Example
+/// Answers once, and declines if the proxy refused that:
 /// @code{.cpp}
 /// class FixedAnswer : public ProxyCredentialPrompt {
 ///     using Answer = std::optional<ProxyCredentials>;

@@ -20,6 +20,7 @@ namespace foundation::httpclient_core {
 /// that serves a proxy.
 ///
 /// @par Example
+/// Keeps the credentials of one proxy:
 /// @code{.cpp}
 /// class OneProxy : public ProxyCredentialStore {
 /// public:

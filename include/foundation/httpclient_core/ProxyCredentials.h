@@ -18,6 +18,7 @@ namespace foundation::httpclient_core {
 /// Thread-compatible.
 ///
 /// @par Example
+/// Two texts, given back as they are:
 /// @code{.cpp}
 /// const ProxyCredentials credentials("ann", "secret");
 /// assert(credentials.username() == "ann");
