@@ -104,8 +104,11 @@ ClientConfiguration HttpClient::getClientConfiguration() const {
 }
 
 void HttpClient::setClientConfiguration(ClientConfiguration configuration) {
+    // Copied before and swapped in, so that a failure to copy changes nothing. What was stored is
+    // destroyed after the lock is released: its callables may own objects that use the client.
+    ClientConfiguration stored = configuration;
     const std::lock_guard lock(configurationMutex_);
-    configuration_ = configuration;
+    std::swap(configuration_, stored);
     rememberPromptSettings();
     configurationChanged(configuration);
 }
