@@ -46,9 +46,12 @@ std::string withoutUrlSecrets(std::string_view text) {
     for (std::size_t at = text.find(marker); at != std::string_view::npos; at = text.find(marker)) {
         result += text.substr(0, at + marker.size());
         text.remove_prefix(at + marker.size());
-        const std::size_t end = text.find_first_of(" \t\r\n\"'<>");
-        result += redactedAuthorityAndPath(text.substr(0, end));
-        text.remove_prefix(end == std::string_view::npos ? text.size() : end);
+        std::string_view url = text.substr(0, text.find_first_of(" \t\r\n\"'<>"));
+        // In a sentence what stands last belongs to the sentence.
+        const std::size_t last = url.find_last_not_of(":,;)");
+        url = url.substr(0, last == std::string_view::npos ? 0 : last + 1);
+        result += redactedAuthorityAndPath(url);
+        text.remove_prefix(url.size());
     }
     result += text;
     return result;

@@ -9,7 +9,8 @@ namespace foundation::httpclient_tool {
 std::string withoutControlBytes(std::string_view text);
 
 /// Returns the text with the parts of each URL in it that may be secret replaced by "...": the user
-/// information, the query and the fragment. A URL ends at white space, a quote, "<" or ">".
+/// information, the query and the fragment. A URL ends at white space, a quote, "<" or ">",
+/// and before a ":", ",", ";" or ")" that stands last.
 std::string withoutUrlSecrets(std::string_view text);
 
 /// Both of them: what a line for people may show.
