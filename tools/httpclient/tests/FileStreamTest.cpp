@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <iterator>
 #include <string>
 
 namespace foundation::httpclient_tool {
@@ -57,7 +56,7 @@ TEST(FileStreamTest, ReadsMoreThanItsBuffer) {
     FileStream stream(makeFile());
     const std::string text(10000, 'x');
     stream << text << "end";
-    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(stream), {}), text + "end");
+    EXPECT_EQ(testing::readAll(stream), text + "end");
 }
 
 TEST(FileStreamTest, ANewStreamAfterClearStartsOverWhileTheOldOneStillLives) {
@@ -69,7 +68,7 @@ TEST(FileStreamTest, ANewStreamAfterClearStartsOverWhileTheOldOneStillLives) {
     EXPECT_EQ(fresh.tellp(), std::streampos(0));
     fresh << "new";
     old.flush();
-    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(fresh), {}), "new");
+    EXPECT_EQ(testing::readAll(fresh), "new");
     EXPECT_EQ(file->size(), 3);
 }
 

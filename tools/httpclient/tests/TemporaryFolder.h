@@ -5,11 +5,18 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 #include <string>
 #include <vector>
 
 namespace foundation::httpclient_tool::testing {
+
+/// Everything from the stream's read position on.
+inline std::string readAll(std::istream& stream) {
+    std::ostringstream text;
+    text << stream.rdbuf();
+    return text.str();
+}
 
 /// An empty folder that goes with everything in it.
 class TemporaryFolder {
@@ -46,7 +53,7 @@ public:
     std::string read(const std::string& name) const {
         std::ifstream file(path_ / name, std::ios::binary);
         EXPECT_TRUE(file.is_open()) << name;
-        return {std::istreambuf_iterator<char>(file), {}};
+        return readAll(file);
     }
 
 private:
