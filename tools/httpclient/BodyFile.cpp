@@ -91,7 +91,7 @@ bool BodyFile::clear() noexcept {
     return error() == 0;
 }
 
-void BodyFile::setPermissions(mode_t mode) noexcept {
+void BodyFile::setPermissions(mode_t mode) const noexcept {
     // A file system without permissions refuses; the body matters more.
     static_cast<void>(::fchmod(descriptor_, mode & 0777U));
 }

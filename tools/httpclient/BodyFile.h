@@ -35,7 +35,7 @@ public:
     /// Drops all bytes. False after an error.
     bool clear() noexcept;
     /// Takes over the permissions of another file, without its set-id bits.
-    void setPermissions(mode_t mode) noexcept;
+    void setPermissions(mode_t mode) const noexcept;
     /// Makes sure that the bytes are on the disk and closes the file. False after an error, now or in an
     /// earlier write.
     bool commit() noexcept;

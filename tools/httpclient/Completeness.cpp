@@ -1,6 +1,7 @@
 #include "tools/httpclient/Completeness.h"
 
 #include <charconv>
+#include <memory>
 #include <string_view>
 #include <system_error>
 
@@ -14,8 +15,8 @@ using httpclient_core::HttpResponseCode;
 // 64 bits: the library's own getContentLength() ends at 2 GiB.
 std::optional<std::int64_t> parseSize(std::string_view text) {
     std::int64_t value = 0;
-    const char* end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, value);
+    const char* end = std::to_address(text.end());
+    const auto [stop, error] = std::from_chars(std::to_address(text.begin()), end, value);
     return error == std::errc() && stop == end && value >= 0 ? std::optional(value) : std::nullopt;
 }
 
@@ -25,7 +26,7 @@ std::optional<std::int64_t> sizeAfterRange(std::string_view text) {
     const std::string_view unit = "bytes ";
     const std::size_t dash = text.find('-');
     const std::size_t slash = text.find('/');
-    if (text.rfind(unit, 0) != 0 || dash == std::string_view::npos ||
+    if (!text.starts_with(unit) || dash == std::string_view::npos ||
         slash == std::string_view::npos || slash < dash) {
         return std::nullopt;
     }

@@ -12,7 +12,7 @@ int writeAll(int descriptor, std::string_view bytes) noexcept {
         if (written >= 0) {
             bytes.remove_prefix(static_cast<std::size_t>(written));
         } else if (errno == EAGAIN) {
-            pollfd writable{descriptor, POLLOUT, 0};
+            pollfd writable{.fd = descriptor, .events = POLLOUT, .revents = 0};
             ::poll(&writable, 1, -1);
         } else if (errno != EINTR) {
             return errno;

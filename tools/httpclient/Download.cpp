@@ -59,7 +59,7 @@ private:
         client->makeAsyncRequest(request(), [promise = std::move(promise)](
                                                 HttpRequest /*request*/, HttpResponse response,
                                                 std::exception_ptr error) mutable {
-            promise.set_value({std::move(response), std::move(error)});
+            promise.set_value({.response = std::move(response), .error = std::move(error)});
         });
         // After the start: a wish to stop that came before it is acted on here.
         const Interrupts::Scope scope(environment_.interrupts,

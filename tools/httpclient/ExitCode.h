@@ -1,9 +1,10 @@
 #pragma once
+#include <cstdint>
 
 namespace foundation::httpclient_tool {
 
 /// What the process tells the shell. The numbers are part of the interface; --help lists them.
-enum class ExitCode : int {
+enum class ExitCode : std::uint8_t {
     Success = 0,
     HttpStatus = 1,     ///< The server answered, with a status that is no success.
     Usage = 2,          ///< The command line was wrong; nothing was sent.

@@ -41,16 +41,16 @@ struct Verdict {
 
 Verdict judge(const HttpResponse& response, const std::exception_ptr& error) {
     if (error == nullptr) {
-        return {true, "HTTP status " + to_string(response.getResponseCode())};
+        return {.mayRetry = true, .reason = "HTTP status " + to_string(response.getResponseCode())};
     }
     try {
         std::rethrow_exception(error);
     } catch (const HttpRequestCancelledException& cancelled) {
-        return {false, cancelled.what()};
+        return {.mayRetry = false, .reason = cancelled.what()};
     } catch (const HttpRequestFailedException& failure) {
-        return {!saysPermanent(failure.what()), failure.what()};
+        return {.mayRetry = !saysPermanent(failure.what()), .reason = failure.what()};
     } catch (...) {
-        return {false, "unexpected error"};
+        return {.mayRetry = false, .reason = "unexpected error"};
     }
 }
 

@@ -32,7 +32,7 @@ SignalThread::SignalThread(Interrupts& interrupts) {
 
 SignalThread::~SignalThread() {
     stopping_ = true;
-    ::pthread_kill(thread_.native_handle(), SIGTERM);
+    ::pthread_kill(thread_.native_handle(), SIGINT);
     thread_.join();
 }
 

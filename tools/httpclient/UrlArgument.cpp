@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdint>
+#include <memory>
 #include <string_view>
 
 namespace foundation::httpclient_tool {
@@ -18,8 +19,8 @@ bool equalsIgnoringCase(std::string_view text, std::string_view lowerCase) {
 
 void requirePort(std::string_view text) {
     std::uint16_t port = 0;
-    const char* end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, port);
+    const char* end = std::to_address(text.end());
+    const auto [stop, error] = std::from_chars(std::to_address(text.begin()), end, port);
     if (error != std::errc() || stop != end || port == 0) {
         throw Failure(ExitCode::Usage, "the port in the URL must be a number from 1 to 65535");
     }
