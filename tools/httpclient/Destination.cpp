@@ -41,7 +41,8 @@ std::pair<std::filesystem::path, std::shared_ptr<BodyFile>> createPart(
             return {path, std::move(body)};
         }
         path = first;
-        path += "." + std::to_string(number);
+        path += ".";
+        path += std::to_string(number);
     }
     fail("cannot create " + first.string(), EEXIST);
 }

@@ -60,7 +60,7 @@ httpclient_core::URL parseUrlArgument(const std::string& text) {
     requireHost(std::string_view(text).substr(start, end - start));
     std::string rest = text.substr(start);
     if (end < text.size() && text[end] == '?') {
-        rest.insert(end - start, "/");
+        rest.insert(end - start, 1, '/');
     }
     return {(secure ? "https://" : "http://") + rest};
 }

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdlib>
 #include <fcntl.h>
 #include <future>
 #include <memory>
@@ -31,6 +32,12 @@ using testing::Process;
 
 class HttpclientTest : public ::testing::Test {
 protected:
+    HttpclientTest() {
+        for (const char* name : {"http_proxy", "all_proxy", "ALL_PROXY"}) {
+            ::unsetenv(name);
+        }
+    }
+
     std::unique_ptr<Process> start(const std::vector<std::string>& arguments) {
         std::vector<std::string> command = {HTTPCLIENT_PROGRAM};
         command.insert(command.end(), arguments.begin(), arguments.end());
