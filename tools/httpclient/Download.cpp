@@ -124,10 +124,14 @@ private:
                           "cannot write " + destination_->name() + ": " +
                               std::generic_category().message(body().error()));
         }
-        if (outcome.error != nullptr) {
-            requireNoError(outcome.error);
-        }
         const HttpResponseCode code = outcome.response.getResponseCode();
+        if (gaveUp_ && (outcome.error != nullptr || !isSuccess(code))) {
+            throw Failure(ExitCode::TimedOut,
+                          options_.url + ": not complete when --max-time was over");
+        }
+        if (outcome.error != nullptr) {
+            throwFailureFor(outcome.error);
+        }
         if (!isSuccess(code)) {
             throw Failure(ExitCode::HttpStatus, options_.url + ": HTTP status " + to_string(code) +
                                                     " " + outcome.response.getResponseCodeReason());
@@ -137,16 +141,12 @@ private:
         }
     }
 
-    [[noreturn]] void requireNoError(const std::exception_ptr& error) const {
+    [[noreturn]] void throwFailureFor(const std::exception_ptr& error) const {
         try {
             std::rethrow_exception(error);
         } catch (const HttpRequestTimeoutException&) {
             throw Failure(ExitCode::TimedOut, options_.url + ": timed out");
         } catch (const HttpRequestCancelledException&) {
-            if (gaveUp_) {
-                throw Failure(ExitCode::TimedOut,
-                              options_.url + ": not complete when --max-time was over");
-            }
             throw Failure(ExitCode::RequestFailed, options_.url + ": cancelled");
         } catch (const std::exception& failure) {
             throw Failure(ExitCode::RequestFailed, failure.what());

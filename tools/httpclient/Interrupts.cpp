@@ -12,11 +12,6 @@ void Interrupts::interrupt() {
     }
 }
 
-bool Interrupts::interrupted() const {
-    const std::lock_guard lock(mutex_);
-    return interrupted_;
-}
-
 Interrupts::Scope::Scope(Interrupts& interrupts, std::function<void()> action)
     : interrupts_(interrupts) {
     const std::lock_guard lock(interrupts_.mutex_);

@@ -1,4 +1,5 @@
 #pragma once
+#include <atomic>
 #include <functional>
 #include <mutex>
 
@@ -7,12 +8,13 @@ namespace foundation::httpclient_tool {
 /// Carries the wish to stop from whoever has it (the signal thread) to the work being done.
 ///
 /// @par Thread safety
-/// Internally locked: the mutex covers the flag, the action and every run of the action.
+/// Internally locked: the mutex covers the action and every run of it.
 class Interrupts {
 public:
     /// Records the wish and runs the action that is set, on the calling thread.
     void interrupt();
-    bool interrupted() const;
+    /// Takes no lock, so that the action may wait for somebody who asks.
+    bool interrupted() const noexcept { return interrupted_; }
 
     /// Sets the action while it lives; runs it at once, on the calling thread, if the wish is there
     /// already. Its destructor waits for a run that is under way, so the action may refer to anything
@@ -29,8 +31,8 @@ public:
     };
 
 private:
-    mutable std::mutex mutex_;
-    bool interrupted_ = false;
+    std::mutex mutex_;
+    std::atomic<bool> interrupted_{false};
     std::function<void()> action_;
 };
 

@@ -278,6 +278,26 @@ TEST_F(HttpclientTest, AFileThatCannotGrowIsFiveAndNotRetried) {
     EXPECT_EQ(server.requests().size(), 1U);
 }
 
+TEST_F(HttpclientTest, AClosedStandardOutputIsFive) {
+    const FlakyFileServer server(flaky(0));
+    EXPECT_EQ(
+        startCommand(
+            {"sh", "-c", "exec \"$0\" get \"$1\" <&- >&-", HTTPCLIENT_PROGRAM, server.url()}, -1)
+            ->wait(),
+        5);
+    expectOneLine("standard output: Bad file descriptor");
+}
+
+TEST_F(HttpclientTest, AFileIsWholeWithoutAnyStandardDescriptor) {
+    const FlakyFileServer server(flaky(1));
+    EXPECT_EQ(startCommand({"sh", "-c", "exec \"$0\" get -v \"$1\" -o \"$2\" <&- >&- 2>&-",
+                            HTTPCLIENT_PROGRAM, server.url(), file()},
+                           -1)
+                  ->wait(),
+              0);
+    EXPECT_TRUE(folder_.read("f") == server.content());
+}
+
 TEST_F(HttpclientTest, AReaderThatWentAwayIsFive) {
     const FlakyFileServer server(flaky(0));
     std::array<int, 2> ends{};

@@ -233,6 +233,17 @@ TEST_F(ToolTest, MaxTimeIsExitCodeFour) {
                   {"--max-time", "0.01"});
 }
 
+TEST_F(ToolTest, MaxTimeEndsTheRetriesOfAServerError) {
+    script_.steps = {[this](HttpRequest& request, HttpResponse& response) {
+        answer(503, "Busy", "page")(request, response);
+        std::unique_lock lock(script_.mutex);
+        script_.changed.wait(lock, [this] { return script_.cancelled; });
+    }};
+    expectFailure(ExitCode::TimedOut,
+                  std::string(shownUrl) + ": not complete when --max-time was over",
+                  {"--max-time", "0.01"});
+}
+
 TEST_F(ToolTest, AResultWithinMaxTimeIsASuccess) {
     script_.steps = {serve("content")};
     EXPECT_EQ(getFile({"--max-time", "1000"}), ExitCode::Success);
