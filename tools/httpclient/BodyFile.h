@@ -1,0 +1,55 @@
+#pragma once
+#include <atomic>
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <string_view>
+#include <sys/types.h>
+
+namespace foundation::httpclient_tool {
+
+/// A temporary file that a body is collected in, with positions of the caller's own, so that several
+/// streams over one file cannot disturb each other. Remembers the first write that failed.
+///
+/// @par Thread safety
+/// `size()` and `error()` are thread-safe; everything else is thread-compatible.
+class BodyFile {
+public:
+    /// Creates a file at `path`; symbolic links are not followed. Null when something is there already.
+    /// @throws Failure with `ExitCode::OutputFailed` when that fails for another reason.
+    static std::shared_ptr<BodyFile> createAt(const std::filesystem::path& path, mode_t mode);
+    /// Creates a file without a name in `folder`; the system removes it when the process ends, whatever
+    /// ends it.
+    /// @throws Failure with `ExitCode::OutputFailed` when that fails.
+    static std::shared_ptr<BodyFile> createUnnamed(const std::filesystem::path& folder);
+
+    explicit BodyFile(int descriptor) noexcept : descriptor_(descriptor) {}
+    BodyFile(const BodyFile&) = delete;
+    BodyFile& operator=(const BodyFile&) = delete;
+    ~BodyFile();
+
+    /// Writes all bytes at `position`. False after an error, and for ever after one.
+    bool write(std::int64_t position, std::string_view bytes) noexcept;
+    /// Reads up to `capacity` bytes at `position`; 0 at the end, negative after an error.
+    std::int64_t read(std::int64_t position, char* bytes, std::size_t capacity) const noexcept;
+    /// Drops all bytes. False after an error.
+    bool clear() noexcept;
+    /// Takes over the permissions of another file, without its set-id bits.
+    void setPermissions(mode_t mode) const noexcept;
+    /// Makes sure that the bytes are on the disk and closes the file. False after an error, now or in an
+    /// earlier write.
+    bool commit() noexcept;
+
+    std::int64_t size() const noexcept { return size_.load(std::memory_order_relaxed); }
+    /// The errno of the first operation that failed; 0 while none has.
+    int error() const noexcept { return error_.load(std::memory_order_relaxed); }
+
+private:
+    bool failed(int error) noexcept;
+
+    int descriptor_;
+    std::atomic<std::int64_t> size_{0};
+    std::atomic<int> error_{0};
+};
+
+}  // namespace foundation::httpclient_tool

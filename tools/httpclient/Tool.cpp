@@ -1,0 +1,49 @@
+#include "tools/httpclient/Tool.h"
+
+#include "tools/httpclient/CommandLine.h"
+#include "tools/httpclient/DescriptorWriter.h"
+#include "tools/httpclient/Download.h"
+#include "tools/httpclient/Failure.h"
+#include "tools/httpclient/LogOutput.h"
+
+#include <system_error>
+#include <variant>
+
+namespace foundation::httpclient_tool {
+namespace {
+
+void print(const Information& information, int standardOutput) {
+    const int error = writeAll(standardOutput, information.text);
+    if (error != 0) {
+        throw Failure(ExitCode::OutputFailed,
+                      "cannot write standard output: " + std::generic_category().message(error));
+    }
+}
+
+void execute(const std::vector<std::string>& arguments, Environment& environment) {
+    const Command command = parseCommandLine(arguments);
+    if (const auto* information = std::get_if<Information>(&command)) {
+        print(*information, environment.standardOutput);
+        return;
+    }
+    const auto& options = std::get<GetOptions>(command);
+    const LogOutput log(environment.errors, options.verbose);
+    download(options, environment);
+}
+
+}  // namespace
+
+ExitCode run(const std::vector<std::string>& arguments, Environment& environment) noexcept {
+    try {
+        execute(arguments, environment);
+        return ExitCode::Success;
+    } catch (const Failure& failure) {
+        environment.errors.failure(failure.what());
+        return failure.code();
+    } catch (const std::exception& error) {
+        environment.errors.failure(error.what());
+        return ExitCode::RequestFailed;
+    }
+}
+
+}  // namespace foundation::httpclient_tool

@@ -1,0 +1,27 @@
+#pragma once
+#include "tools/httpclient/ErrorOutput.h"
+#include "tools/httpclient/ExitCode.h"
+#include "tools/httpclient/Interrupts.h"
+
+#include <foundation/httpclient_core/HttpClient.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace foundation::httpclient_tool {
+
+/// What the tool needs of the world around it.
+struct Environment {
+    std::function<std::unique_ptr<httpclient_core::HttpClient>()> makeClient;
+    int standardOutput;
+    ErrorOutput& errors;
+    Interrupts& interrupts;
+};
+
+/// The whole program: reads the arguments (without the program's name), does what they say and returns
+/// the exit code. Nothing is thrown; each failure is one line on `errors`.
+ExitCode run(const std::vector<std::string>& arguments, Environment& environment) noexcept;
+
+}  // namespace foundation::httpclient_tool

@@ -1,0 +1,42 @@
+#include "tools/httpclient/SignalThread.h"
+#include "tools/httpclient/Tool.h"
+
+#include <foundation/httpclient_curl/CurlHttpClient.h>
+
+#include <clocale>
+#include <csignal>
+#include <fcntl.h>
+#include <iostream>
+#include <unistd.h>
+
+namespace {
+
+// A program may be started without standard input, output or error. Files opened later would get their
+// numbers, and the body would be printed into one of them. Read-only, so that writing still fails.
+void occupyStandardDescriptors() {
+    int descriptor = 0;
+    while (descriptor >= 0 && descriptor <= STDERR_FILENO) {
+        descriptor = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+    }
+    if (descriptor >= 0) {
+        ::close(descriptor);
+    }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    using namespace foundation;
+    using namespace foundation::httpclient_tool;
+    occupyStandardDescriptors();
+    std::setlocale(LC_CTYPE, "");  // for host names beyond ASCII
+    // Errors of the write instead: a reader that went away, a file size limit.
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
+    Interrupts interrupts;
+    const SignalThread signals(interrupts);
+    ErrorOutput errors(std::cerr, ::isatty(STDERR_FILENO) == 1);
+    Environment environment{[] { return std::make_unique<httpclient_curl::CurlHttpClient>(); },
+                            STDOUT_FILENO, errors, interrupts};
+    return static_cast<int>(run({argv + 1, argv + argc}, environment));
+}

@@ -1,0 +1,401 @@
+// The program itself, as a process, over the real transport and a server on 127.0.0.1.
+#include "tests/support/FlakyFileServer.h"
+#include "tests/support/LoopbackServer.h"
+#include "tools/httpclient/tests/Process.h"
+#include "tools/httpclient/tests/TemporaryFolder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <fcntl.h>
+#include <future>
+#include <memory>
+#include <poll.h>
+#include <pty.h>
+
+namespace foundation::httpclient_tool {
+namespace {
+
+using httpclient_core::testing::Connection;
+using httpclient_core::testing::FlakyFileServer;
+using httpclient_core::testing::LoopbackServer;
+using httpclient_core::testing::ReceivedRequest;
+using ::testing::ElementsAre;
+using ::testing::EndsWith;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::MatchesRegex;
+using testing::Process;
+
+class HttpclientTest : public ::testing::Test {
+protected:
+    HttpclientTest() {
+        for (const char* name : {"http_proxy", "all_proxy", "ALL_PROXY"}) {
+            ::unsetenv(name);
+        }
+    }
+
+    std::unique_ptr<Process> start(const std::vector<std::string>& arguments) {
+        std::vector<std::string> command = {HTTPCLIENT_PROGRAM};
+        command.insert(command.end(), arguments.begin(), arguments.end());
+        return startCommand(std::move(command), -1);
+    }
+
+    // With standard output and standard error in files, but where a descriptor is given.
+    std::unique_ptr<Process> startCommand(std::vector<std::string> command,
+                                          int standardOutput,
+                                          int standardError = -1) {
+        const int out = openFile("out");
+        const int err = openFile("err");
+        auto process =
+            std::make_unique<Process>(std::move(command), standardOutput < 0 ? out : standardOutput,
+                                      standardError < 0 ? err : standardError);
+        ::close(out);
+        ::close(err);
+        return process;
+    }
+
+    int run(const std::vector<std::string>& arguments) { return start(arguments)->wait(); }
+
+    int getFile(const std::string& url, std::vector<std::string> more = {}) {
+        more.insert(more.begin(), {"get", url, "-o", file()});
+        return run(more);
+    }
+
+    std::string file() const { return (folder_ / "f").string(); }
+    std::string output() const { return logs_.read("out"); }
+    std::string errors() const { return logs_.read("err"); }
+
+    void expectOneLine(const std::string& regex) const {
+        EXPECT_THAT(errors(), MatchesRegex("httpclient: [^\n]*\n"));
+        EXPECT_THAT(errors(), ::testing::ContainsRegex(regex));
+    }
+
+    testing::TemporaryFolder folder_;
+    testing::TemporaryFolder logs_;
+
+private:
+    int openFile(const std::string& name) const {
+        return ::open((logs_ / name).c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+    }
+};
+
+FlakyFileServer::Options flaky(int drops) {
+    FlakyFileServer::Options options;
+    options.size = 3'000'000;
+    options.dropAfter = 700'000;
+    options.drops = drops;
+    return options;
+}
+
+TEST_F(HttpclientTest, DownloadsAFile) {
+    const FlakyFileServer server(flaky(0));
+    EXPECT_EQ(getFile(server.url()), 0);
+    EXPECT_TRUE(folder_.read("f") == server.content());
+    EXPECT_THAT(folder_.names(), ElementsAre("f"));
+    EXPECT_EQ(output(), "");
+    EXPECT_EQ(errors(), "");
+}
+
+TEST_F(HttpclientTest, ResumesWhereTheConnectionBroke) {
+    const FlakyFileServer server(flaky(3));
+    EXPECT_EQ(getFile(server.url()), 0);
+    EXPECT_TRUE(folder_.read("f") == server.content());
+    EXPECT_THAT(folder_.names(), ElementsAre("f"));
+    const auto requests = server.requests();
+    ASSERT_EQ(requests.size(), 4U);
+    EXPECT_EQ(requests[1].header("Range"), "bytes=700000-");
+    EXPECT_EQ(requests[2].header("Range"), "bytes=1400000-");
+    EXPECT_EQ(requests[3].header("Range"), "bytes=2100000-");
+}
+
+TEST_F(HttpclientTest, ResumesForStandardOutputToo) {
+    const FlakyFileServer server(flaky(2));
+    EXPECT_EQ(run({"get", server.url()}), 0);
+    EXPECT_TRUE(output() == server.content());
+    EXPECT_EQ(server.requests().size(), 3U);
+}
+
+TEST_F(HttpclientTest, VerboseNeverMixesIntoTheBody) {
+    const FlakyFileServer server(flaky(1));
+    EXPECT_EQ(run({"get", "-v", server.url()}), 0);
+    EXPECT_TRUE(output() == server.content());
+    EXPECT_THAT(errors(), HasSubstr("* retry 1 of 8 with 700000 bytes held: "));
+    EXPECT_THAT(errors(), HasSubstr("* progress: Requesting a byte range"));
+    EXPECT_THAT(errors(), HasSubstr("* standard output: 3.0 MB in "));
+}
+
+TEST_F(HttpclientTest, GivesUpAfterTheLastRetryAndLeavesNothing) {
+    const FlakyFileServer server(flaky(100));
+    folder_.write("f", "old");
+    EXPECT_EQ(getFile(server.url(), {"--retries", "1"}), 3);
+    expectOneLine("127\\.0\\.0\\.1");
+    EXPECT_THAT(folder_.names(), ElementsAre("f"));
+    EXPECT_EQ(folder_.read("f"), "old");
+    EXPECT_EQ(server.requests().size(), 2U);
+}
+
+TEST_F(HttpclientTest, AServerErrorInBetweenDoesNotSpoilTheFile) {
+    const std::string content(100'000, 'c');
+    LoopbackServer server([&content](const ReceivedRequest& request, Connection& connection) {
+        if (request.number == 1) {
+            connection.sendResponse(503, "Busy", {}, std::string(200'000, 'e'));
+        } else if (request.number == 0) {
+            connection.send(
+                "HTTP/1.1 200 OK\r\nAccept-Ranges: bytes\r\nETag: \"1\"\r\n"
+                "Content-Length: 100000\r\n\r\n" +
+                content.substr(0, 50'000));
+            connection.close();
+        } else {
+            connection.sendResponse(200, "OK", {}, content);
+        }
+    });
+    EXPECT_EQ(getFile(server.url()), 0);
+    EXPECT_TRUE(folder_.read("f") == content);
+    EXPECT_EQ(server.requestCount(), 3);
+}
+
+TEST_F(HttpclientTest, AChangedFileIsNotMixedWithTheOldOne) {
+    LoopbackServer server([](const ReceivedRequest& request, Connection& connection) {
+        if (request.number == 0) {
+            connection.send(
+                "HTTP/1.1 200 OK\r\nAccept-Ranges: bytes\r\nETag: \"1\"\r\n"
+                "Content-Length: 10\r\n\r\nold o");
+            connection.close();
+        } else {
+            connection.sendResponse(200, "OK", {{"ETag", "\"2\""}}, "new file");
+        }
+    });
+    EXPECT_EQ(getFile(server.url()), 0);
+    EXPECT_EQ(folder_.read("f"), "new file");
+}
+
+TEST_F(HttpclientTest, NotFoundIsOne) {
+    LoopbackServer server([](const ReceivedRequest&, Connection& connection) {
+        connection.sendResponse(404, "Not Found", {}, "an error page");
+    });
+    EXPECT_EQ(getFile(server.url("/x?token=secret")), 1);
+    EXPECT_EQ(errors(), "httpclient: " + server.url("/x?...") + ": HTTP status 404 Not Found\n");
+    EXPECT_THAT(folder_.names(), IsEmpty());
+    EXPECT_EQ(run({"get", server.url()}), 1);
+    EXPECT_EQ(output(), "");
+}
+
+TEST_F(HttpclientTest, WrongUsageIsTwo) {
+    EXPECT_EQ(run({}), 2);
+    expectOneLine("--help");
+    EXPECT_EQ(run({"get", "ftp://127.0.0.1/"}), 2);
+    expectOneLine("http:// or https://");
+}
+
+TEST_F(HttpclientTest, HelpAndVersionAreZero) {
+    EXPECT_EQ(run({"--help"}), 0);
+    EXPECT_THAT(output(), HasSubstr("Exit status:"));
+    EXPECT_EQ(run({"--version"}), 0);
+    EXPECT_THAT(output(), MatchesRegex("httpclient [0-9.]+\n"));
+}
+
+TEST_F(HttpclientTest, AConnectionRefusedIsThree) {
+    std::string url;
+    {
+        const LoopbackServer gone([](const ReceivedRequest&, Connection&) {});
+        url = gone.url();
+    }
+    EXPECT_EQ(getFile(url, {"--retries", "1"}), 3);
+    expectOneLine("libcurl 7\\)");
+    EXPECT_THAT(folder_.names(), IsEmpty());
+}
+
+TEST_F(HttpclientTest, AShortBodyIsThree) {
+    LoopbackServer server([](const ReceivedRequest&, Connection& connection) {
+        connection.send("HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\n0123");
+        connection.close();
+    });
+    EXPECT_EQ(getFile(server.url(), {"--retries", "0"}), 3);
+    EXPECT_THAT(folder_.names(), IsEmpty());
+    EXPECT_EQ(run({"get", server.url(), "--retries", "0"}), 3);
+    EXPECT_EQ(output(), "");
+}
+
+TEST_F(HttpclientTest, AnUnaskedPartIsThree) {
+    LoopbackServer server([](const ReceivedRequest&, Connection& connection) {
+        connection.sendResponse(206, "Partial Content", {{"Content-Range", "bytes 6-9/10"}},
+                                "6789");
+    });
+    EXPECT_EQ(getFile(server.url(), {"--retries", "0"}), 3);
+    EXPECT_THAT(folder_.names(), IsEmpty());
+}
+
+TEST_F(HttpclientTest, ATlsProblemIsThreeAndNotRetried) {
+    LoopbackServer server([](const ReceivedRequest&, Connection&) {});
+    logs_.write("ca.pem", "no certificate");
+    const std::string url = "https://127.0.0.1:" + std::to_string(server.port()) + "/";
+    EXPECT_EQ(getFile(url, {"--cacert", (logs_ / "ca.pem").string()}), 3);
+    EXPECT_THAT(errors(), MatchesRegex("httpclient: [^\n]*\\(libcurl 77\\)\n"));
+    EXPECT_LE(server.connectionCount(), 1);
+}
+
+TEST_F(HttpclientTest, MaxTimeIsFour) {
+    LoopbackServer server([](const ReceivedRequest&, Connection& connection) {
+        connection.send("HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\n0123");
+        connection.waitForPeerToClose();
+    });
+    EXPECT_EQ(getFile(server.url(), {"--max-time", "0.2"}), 4);
+    expectOneLine("max-time");
+    EXPECT_THAT(folder_.names(), IsEmpty());
+}
+
+TEST_F(HttpclientTest, AFullDeviceIsFive) {
+    const FlakyFileServer server(flaky(0));
+    EXPECT_EQ(run({"get", server.url(), "-o", "/dev/full"}), 5);
+    expectOneLine("/dev/full: No space left on device");
+}
+
+TEST_F(HttpclientTest, AFullStandardOutputIsFive) {
+    const FlakyFileServer server(flaky(0));
+    const int full = ::open("/dev/full", O_WRONLY | O_CLOEXEC);
+    EXPECT_EQ(startCommand({HTTPCLIENT_PROGRAM, "get", server.url()}, full)->wait(), 5);
+    expectOneLine("standard output: No space left on device");
+    EXPECT_EQ(startCommand({HTTPCLIENT_PROGRAM, "--version"}, full)->wait(), 5);
+    expectOneLine("standard output: No space left on device");
+    ::close(full);
+}
+
+TEST_F(HttpclientTest, AFileThatCannotGrowIsFiveAndNotRetried) {
+    const FlakyFileServer server(flaky(0));
+    folder_.write("f", "old");
+    EXPECT_EQ(startCommand({"sh", "-c", "ulimit -f 64; exec \"$0\" \"$@\"", HTTPCLIENT_PROGRAM,
+                            "get", server.url(), "-o", file()},
+                           -1)
+                  ->wait(),
+              5);
+    expectOneLine("File too large");
+    EXPECT_THAT(folder_.names(), ElementsAre("f"));
+    EXPECT_EQ(folder_.read("f"), "old");
+    EXPECT_EQ(server.requests().size(), 1U);
+}
+
+TEST_F(HttpclientTest, AClosedStandardOutputIsFive) {
+    const FlakyFileServer server(flaky(0));
+    EXPECT_EQ(
+        startCommand(
+            {"sh", "-c", "exec \"$0\" get \"$1\" <&- >&-", HTTPCLIENT_PROGRAM, server.url()}, -1)
+            ->wait(),
+        5);
+    expectOneLine("standard output: Bad file descriptor");
+}
+
+TEST_F(HttpclientTest, AFileIsWholeWithoutAnyStandardDescriptor) {
+    const FlakyFileServer server(flaky(1));
+    EXPECT_EQ(startCommand({"sh", "-c", "exec \"$0\" get -v \"$1\" -o \"$2\" <&- >&- 2>&-",
+                            HTTPCLIENT_PROGRAM, server.url(), file()},
+                           -1)
+                  ->wait(),
+              0);
+    EXPECT_TRUE(folder_.read("f") == server.content());
+}
+
+TEST_F(HttpclientTest, AReaderThatWentAwayIsFive) {
+    const FlakyFileServer server(flaky(0));
+    std::array<int, 2> ends{};
+    ASSERT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0);
+    ::close(ends[0]);
+    EXPECT_EQ(startCommand({HTTPCLIENT_PROGRAM, "get", server.url()}, ends[1])->wait(), 5);
+    ::close(ends[1]);
+    expectOneLine("standard output: Broken pipe");
+}
+
+class InterruptedHttpclientTest : public HttpclientTest,
+                                  public ::testing::WithParamInterface<int> {};
+
+TEST_P(InterruptedHttpclientTest, EndsInTheMiddleOfABodyAndLeavesNothing) {
+    std::promise<void> underWay;
+    LoopbackServer server([&underWay](const ReceivedRequest&, Connection& connection) {
+        connection.send("HTTP/1.1 200 OK\r\nContent-Length: 1000000\r\n\r\n" +
+                        std::string(500'000, 'x'));
+        underWay.set_value();
+        connection.waitForPeerToClose();
+    });
+    folder_.write("f", "old");
+    const auto process = start({"get", server.url(), "-o", file()});
+    underWay.get_future().wait();
+    EXPECT_THAT(folder_.names(), ElementsAre("f", "f.part"));
+    process->send(GetParam());
+    EXPECT_EQ(process->wait(), 130);
+    EXPECT_EQ(errors(), "httpclient: interrupted\n");
+    EXPECT_THAT(folder_.names(), ElementsAre("f"));
+    EXPECT_EQ(folder_.read("f"), "old");
+}
+
+TEST_P(InterruptedHttpclientTest, EndsInTheWaitBetweenTwoAttempts) {
+    LoopbackServer server([](const ReceivedRequest&, Connection& connection) {
+        connection.sendResponse(503, "Busy", {{"Retry-After", "100"}}, "page");
+    });
+    std::array<int, 2> ends{};
+    ASSERT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0);
+    const auto process =
+        startCommand({HTTPCLIENT_PROGRAM, "get", "-v", server.url(), "-o", file()}, -1, ends[1]);
+    ::close(ends[1]);
+    // Told as soon as the wait is ordered.
+    std::string told;
+    std::array<char, 4096> chunk{};
+    ssize_t got = 1;
+    while (got > 0 && told.find("* retry 1 of 8") == std::string::npos) {
+        got = ::read(ends[0], chunk.data(), chunk.size());
+        told.append(chunk.data(), static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
+    }
+    EXPECT_GT(got, 0) << told;
+    process->send(GetParam());
+    EXPECT_EQ(process->wait(), 130);
+    ::close(ends[0]);
+    EXPECT_THAT(folder_.names(), IsEmpty());
+    EXPECT_EQ(server.requestCount(), 1);
+}
+
+TEST_P(InterruptedHttpclientTest, EndsWhileNobodyReadsTheOutput) {
+    const FlakyFileServer server(flaky(0));
+    std::array<int, 2> ends{};
+    ASSERT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0);
+    const auto process = startCommand({HTTPCLIENT_PROGRAM, "get", server.url()}, ends[1]);
+    pollfd readable{ends[0], POLLIN, 0};
+    ASSERT_EQ(::poll(&readable, 1, -1), 1);
+    process->send(GetParam());
+    EXPECT_EQ(process->wait(), 130);
+    ::close(ends[0]);
+    ::close(ends[1]);
+}
+
+INSTANTIATE_TEST_SUITE_P(Signals,
+                         InterruptedHttpclientTest,
+                         ::testing::Values(SIGINT, SIGTERM),
+                         [](const auto& row) {
+                             return row.param == SIGINT ? "Interrupt" : "Terminate";
+                         });
+
+TEST_F(HttpclientTest, ShowsProgressOnATerminal) {
+    FlakyFileServer::Options options = flaky(1);
+    options.bytesPerSecond = 10'000'000;
+    const FlakyFileServer server(options);
+    int terminal = -1;
+    int programsEnd = -1;
+    ASSERT_EQ(::openpty(&terminal, &programsEnd, nullptr, nullptr, nullptr), 0);
+    const auto process =
+        startCommand({HTTPCLIENT_PROGRAM, "get", server.url(), "-o", file()}, -1, programsEnd);
+    ::close(programsEnd);
+    std::string shown;
+    std::array<char, 4096> chunk{};
+    // Ends with an error when the program, the last one to hold the other end, is gone.
+    for (ssize_t got = 0; (got = ::read(terminal, chunk.data(), chunk.size())) > 0;) {
+        shown.append(chunk.data(), static_cast<std::size_t>(got));
+    }
+    ::close(terminal);
+    EXPECT_EQ(process->wait(), 0);
+    EXPECT_THAT(shown, ::testing::ContainsRegex("\r.\\[K[0-9.]+ [kM]B of 3\\.0 MB, [0-9]+ %"));
+    EXPECT_THAT(shown, ::testing::ContainsRegex("3\\.0 MB in [0-9.]+ s, [^\r\n]*, 1 retry\r\n$"));
+}
+
+}  // namespace
+}  // namespace foundation::httpclient_tool

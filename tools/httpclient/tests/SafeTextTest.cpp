@@ -1,0 +1,59 @@
+#include "tools/httpclient/SafeText.h"
+
+#include <gtest/gtest.h>
+
+#include <ostream>
+#include <string>
+
+namespace foundation::httpclient_tool {
+namespace {
+
+TEST(SafeTextTest, HidesSecretsAndControlBytes) {
+    EXPECT_EQ(safeText("GET http://me:pw@h/p?token=1 failed\r\n"),
+              "GET http://...@h/p?... failed\\x0D\\x0A");
+}
+
+TEST(SafeTextTest, EscapesEveryControlByteAndNothingElse) {
+    EXPECT_EQ(withoutControlBytes(std::string("\0\x1F\x7F", 3)), "\\x00\\x1F\\x7F");
+    EXPECT_EQ(withoutControlBytes("\x1b[2Jforged"), "\\x1B[2Jforged");
+    EXPECT_EQ(withoutControlBytes(" ~\\\xC3\xA4\x80"), " ~\\\xC3\xA4\x80");
+    EXPECT_EQ(withoutControlBytes(""), "");
+}
+
+struct Row {
+    const char* label;
+    const char* text;
+    const char* expected;
+    friend std::ostream& operator<<(std::ostream& os, const Row& row) { return os << row.label; }
+};
+
+class UrlSecretsTest : public ::testing::TestWithParam<Row> {};
+
+TEST_P(UrlSecretsTest, AreLeftOut) {
+    EXPECT_EQ(withoutUrlSecrets(GetParam().text), GetParam().expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Table,
+    UrlSecretsTest,
+    ::testing::Values(Row{"NoUrl", "a?b#c user@host", "a?b#c user@host"},
+                      Row{"PlainUrl", "http://h:80/p", "http://h:80/p"},
+                      Row{"Query", "see http://h/p?q=1&r=2 there", "see http://h/p?... there"},
+                      Row{"Fragment", "http://h/p#access_token=1", "http://h/p#..."},
+                      Row{"QueryWithoutPath", "http://h?q", "http://h?..."},
+                      Row{"UserInformation", "http://u:p@h/x", "http://...@h/x"},
+                      Row{"AtInPassword", "http://u:p@w@h/x", "http://...@h/x"},
+                      Row{"AtInPathStays", "http://h/a@b", "http://h/a@b"},
+                      Row{"Quoted", "\"http://h/?q\" and 'http://h/?r'",
+                          "\"http://h/?...\" and 'http://h/?...'"},
+                      Row{"Several", "http://a/?x https://b/?y", "http://a/?... https://b/?..."},
+                      Row{"UrlInQuery", "http://a/?u=http://u:p@b/", "http://a/?..."},
+                      Row{"Punctuation", "(http://h/?q), http://i/#f: bad",
+                          "(http://h/?...), http://i/#...: bad"},
+                      Row{"OnlyPunctuation", "http://:,;) x", "http://:,;) x"},
+                      Row{"TwiceIsOnce", "http://...@h/p?...: x", "http://...@h/p?...: x"},
+                      Row{"EndsAtMarker", "http://", "http://"}),
+    [](const auto& row) { return row.param.label; });
+
+}  // namespace
+}  // namespace foundation::httpclient_tool
