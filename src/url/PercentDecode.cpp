@@ -31,24 +31,22 @@ int hexadecimalValue(char digit) {
 }  // namespace
 
 std::string percentDecode(std::string_view text) {
-    std::string decoded;
-    decoded.reserve(text.size());
+    // Decoding never makes a text longer.
+    std::string decoded(text.size(), '\0');
+    char* out = decoded.data();
     for (std::size_t i = 0; i < text.size(); ++i) {
-        if (text[i] == '+') {
-            decoded += ' ';
-            continue;
-        }
         if (text[i] == '%' && i + 2 < text.size()) {
             const int high = hexadecimalValue(text[i + 1]);
             const int low = hexadecimalValue(text[i + 2]);
             if (high != notHexadecimal && low != notHexadecimal) {
-                decoded += static_cast<char>(high * 16 + low);
+                *out++ = static_cast<char>(high * 16 + low);
                 i += 2;
                 continue;
             }
         }
-        decoded += text[i];
+        *out++ = text[i] == '+' ? ' ' : text[i];
     }
+    decoded.resize(static_cast<std::size_t>(out - decoded.data()));
     return decoded;
 }
 

@@ -1,5 +1,6 @@
 #include <foundation/httpclient_core/PercentEncoder.h>
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <string_view>
@@ -23,9 +24,11 @@ constexpr auto unreserved = makeUnreserved();
 constexpr std::string_view hexadecimalDigits = "0123456789ABCDEF";
 
 std::size_t encodedSize(const std::string& text, std::size_t spaceSize) {
-    std::size_t size = 0;
+    std::size_t size = text.size();
     for (const char c : text) {
-        size += unreserved[static_cast<unsigned char>(c)] ? 1 : c == ' ' ? spaceSize : 3;
+        if (!unreserved[static_cast<unsigned char>(c)]) {
+            size = size - 1 + (c == ' ' ? spaceSize : 3);
+        }
     }
     return size;
 }
@@ -35,18 +38,18 @@ std::size_t encodedSize(const std::string& text, std::size_t spaceSize) {
 PercentEncoder::PercentEncoder(std::string spaceText) : spaceText_(std::move(spaceText)) {}
 
 std::string PercentEncoder::operator()(const std::string& text) const {
-    std::string encoded;
-    encoded.reserve(encodedSize(text, spaceText_.size()));
+    std::string encoded(encodedSize(text, spaceText_.size()), '\0');
+    char* out = encoded.data();
     for (const char c : text) {
         const auto byte = static_cast<unsigned char>(c);
         if (unreserved[byte]) {
-            encoded += c;
+            *out++ = c;
         } else if (c == ' ') {
-            encoded += spaceText_;
+            out = std::copy(spaceText_.begin(), spaceText_.end(), out);
         } else {
-            encoded += '%';
-            encoded += hexadecimalDigits[byte >> 4U];
-            encoded += hexadecimalDigits[byte & 0xFU];
+            *out++ = '%';
+            *out++ = hexadecimalDigits[byte >> 4U];
+            *out++ = hexadecimalDigits[byte & 0xFU];
         }
     }
     return encoded;
