@@ -69,8 +69,8 @@ void URL::parse(std::string_view text) {
 }
 
 std::string URL::toAsciiString() const {
-    const std::string query = queryParameters_.toUnencodedString();
-    constexpr std::size_t separators = sizeof("://:65535#");
+    const std::string& query = queryParameters_.rawQuery_;
+    constexpr std::size_t separators = sizeof("://:65535?#");
     std::string text;
     text.reserve(protocol_.size() + domain_.size() + path_.size() + query.size() +
                  fragment_.size() + separators);
@@ -84,7 +84,10 @@ std::string URL::toAsciiString() const {
         text += std::to_string(port_);
     }
     text += path_;
-    text += query;
+    if (!query.empty()) {
+        text += '?';
+        text += query;
+    }
     if (!fragment_.empty()) {
         text += '#';
         text += fragment_;
