@@ -104,6 +104,24 @@ TEST(ExampleTransportTest, CancelEndsAWaitingRequestOnly) {
     EXPECT_FALSE(client.cancelRequest(keptId));
 }
 
+TEST(ExampleTransportTest, CancelReachesTheRetryOfARunningRequest) {
+    ExampleTransport client;
+    std::promise<unsigned long> id;
+    ClientConfiguration again;
+    again.setRetryStrategy(
+        [&](const HttpRequest&, const HttpResponse&, const std::exception_ptr& error, int, int) {
+            if (error == nullptr) {
+                EXPECT_TRUE(client.cancelRequest(id.get_future().get()));
+            }
+            return error == nullptr;
+        });
+    client.setClientConfiguration(again);
+    auto [response, requestId] = client.makeAsyncRequest(getRequest());
+    id.set_value(requestId);
+    EXPECT_TRUE(
+        throwsExactly<HttpRequestCancelledException>([&] { response.get(); }, "Request cancelled"));
+}
+
 TEST(ExampleTransportTest, DestructionEndsWaitingRequests) {
     std::future<HttpResponse> waiting;
     {
