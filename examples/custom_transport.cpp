@@ -88,7 +88,6 @@ void cancel(InMemoryTransport& client) {
         std::cout << "cancelled: " << error.what() << "\n";
     }
     require(found, "the request was in flight");
-    require(!client.cancelRequest(requestId), "it is in flight no more");
 }
 
 }  // namespace
