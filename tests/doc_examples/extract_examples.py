@@ -117,12 +117,12 @@ def suite_name(path):
     return "".join(words) + "DocExample"
 
 
-def as_functions(path, blocks, includes):
+def as_functions(path, blocks, prelude, includes=()):
     """One file of GoogleTest tests, `<Suite>.Block<ordinal>`, for the blocks that are function bodies."""
     suite = suite_name(path)
     bodies = [(ordinal, block) for ordinal, block in enumerate(blocks, 1) if block.kind == "body"]
     out = ["// Generated from the examples of the documentation. Edit those.",
-           "#undef NDEBUG", '#include "tests/doc_examples/Prelude.h"']
+           "#undef NDEBUG", f'#include "{prelude}"']
     out += [f"#include <{include}>" for include in includes]
     for _, block in bodies:
         out += [line for line in block.text if INCLUDE.match(line)]
@@ -178,10 +178,12 @@ def main(arguments):
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     commands = parser.add_subparsers(dest="command", required=True)
     header = commands.add_parser("header", help="generate the tests of one header")
+    header.add_argument("prelude", help="the file to include first")
     header.add_argument("source", type=pathlib.Path)
     header.add_argument("include", help="how a program includes the header")
     header.add_argument("output", type=pathlib.Path)
     readme = commands.add_parser("readme", help="generate the tests of README.md")
+    readme.add_argument("prelude", help="the file to include first")
     readme.add_argument("source", type=pathlib.Path)
     readme.add_argument("output", type=pathlib.Path)
     listing = commands.add_parser("programs", help="list the programs of README.md: name=run|build")
@@ -197,11 +199,13 @@ def main(arguments):
     try:
         if options.command == "header":
             options.output.write_text(
-                as_functions(options.source, header_blocks(options.source), [options.include]),
+                as_functions(options.source, header_blocks(options.source), options.prelude,
+                             [options.include]),
                 encoding="ascii")
         elif options.command == "readme":
             options.output.write_text(
-                as_functions(options.source, readme_blocks(options.source), []), encoding="ascii")
+                as_functions(options.source, readme_blocks(options.source), options.prelude),
+                encoding="ascii")
         elif options.command == "programs":
             print(";".join(f"{name}={'run' if block.run else 'build'}"
                            for name, block in programs(options.source)), end="")

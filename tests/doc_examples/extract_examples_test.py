@@ -25,17 +25,18 @@ class ExtractExamplesTest(unittest.TestCase):
         blocks = extract.header_blocks(header)
         self.assertEqual(1, len(blocks))
         self.assertEqual(5, blocks[0].line)
-        text = extract.as_functions(header, blocks, ["foundation/URL.h"])
+        text = extract.as_functions(header, blocks, "P.h", ["foundation/URL.h"])
         self.assertIn(f'void URLDocExampleBlock1() {{\n#line 5 "{header}"\n\nassert(true);\n'
                       "    assert(!false);\n}\n", text)
         self.assertIn("TEST(URLDocExample, Block1)", text)
-        self.assertLess(text.index("#undef NDEBUG"), text.index("#include <foundation/URL.h>"))
+        self.assertLess(text.index("#undef NDEBUG"), text.index('#include "P.h"'))
+        self.assertLess(text.index('#include "P.h"'), text.index("#include <foundation/URL.h>"))
         self.assertLess(text.index("#include <list>"), text.index("void URLDocExampleBlock1"))
         self.assertEqual(1, text.count("#include <list>"))
 
     def test_header_without_blocks_gives_a_file_without_tests(self):
         header = self.file("Fwd.h", "/// Plain text.", "class URL;")
-        self.assertNotIn("TEST(", extract.as_functions(header, extract.header_blocks(header), []))
+        self.assertNotIn("TEST(", extract.as_functions(header, extract.header_blocks(header), "P.h"))
 
     def test_blocks_of_indented_members_lose_their_indentation(self):
         header = self.file("A.h", "    /// @code{.cpp}", "    /// f();", "    /// @endcode",
@@ -66,7 +67,7 @@ class ExtractExamplesTest(unittest.TestCase):
         blocks = extract.readme_blocks(page)
         self.assertEqual([("body", True, 2), ("program", True, 13), ("program", False, 17)],
                          [(block.kind, block.run, block.line) for block in blocks])
-        text = extract.as_functions(page, blocks, [])
+        text = extract.as_functions(page, blocks, "P.h")
         self.assertIn("TEST(ReadmeDocExample, Block1)", text)
         self.assertNotIn("int main", text)
         self.assertEqual(["readme_program_1", "readme_program_2"],
