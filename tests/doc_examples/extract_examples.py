@@ -7,7 +7,8 @@ Two kinds of files hold examples:
   body of a function.
 * README.md: every block fenced with ```cpp. A block is the body of a function as well, unless an HTML
   comment on the line above says otherwise:
-      <!-- example: program -->                    a complete program, built and run on its own
+      <!-- example: program -->                    a complete program, built and run on its own with
+                                                   the URL of a local server as its argument
       <!-- example: program, not run: REASON -->   a complete program that is built only
       <!-- not compiled: REASON -->                left out
 
