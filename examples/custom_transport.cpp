@@ -50,34 +50,38 @@ void future(InMemoryTransport& client) {
 }
 
 void handlerAndProgress(InMemoryTransport& client) {
-    std::promise<std::string> done;
+    std::promise<std::string> promise;
+    std::future<std::string> result = promise.get_future();
     HttpRequest request = get("http://server.test/");
     request.setProgressCallback([](const Progress& progress) {
         std::cout << "received " << progress.downloaded << " of " << progress.downloadTotal
                   << " bytes\n";
         return ProgressResult::Continue;
     });
-    client.makeAsyncRequest(
-        std::move(request),
-        [&done](HttpRequest /*request*/, HttpResponse response, std::exception_ptr error) {
-            done.set_value(error != nullptr ? "failed" : response.getResponseBodyString());
-        });
-    const std::string body = done.get_future().get();
+    // A handler may own what it needs: here the promise, which must live until set_value is done.
+    client.makeAsyncRequest(std::move(request), [promise = std::move(promise)](
+                                                    HttpRequest /*request*/, HttpResponse response,
+                                                    std::exception_ptr error) mutable {
+        promise.set_value(error != nullptr ? "failed" : response.getResponseBodyString());
+    });
+    const std::string body = result.get();
     std::cout << "with a handler: " << body << "\n";
     require(body == "Hello", "the body");
 }
 
 void cancel(InMemoryTransport& client) {
+    // The transport has one thread. This handler keeps it busy, so that the next request waits.
     std::promise<void> entered;
     std::promise<void> letGo;
-    // The transport has one thread. This handler keeps it busy, so that the next request waits.
-    client.makeAsyncRequest(
-        get("http://server.test/"),
-        [&](HttpRequest /*request*/, HttpResponse /*response*/, std::exception_ptr /*error*/) {
-            entered.set_value();
-            letGo.get_future().wait();
-        });
-    entered.get_future().wait();
+    const std::future<void> inside = entered.get_future();
+    client.makeAsyncRequest(get("http://server.test/"),
+                            [entered = std::move(entered), released = letGo.get_future()](
+                                HttpRequest /*request*/, HttpResponse /*response*/,
+                                std::exception_ptr /*error*/) mutable {
+                                entered.set_value();
+                                released.wait();
+                            });
+    inside.wait();
     auto [response, requestId] = client.makeAsyncRequest(get("http://server.test/"));
     const bool found = client.cancelRequest(requestId);
     letGo.set_value();

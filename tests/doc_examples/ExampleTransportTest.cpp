@@ -20,11 +20,14 @@ TEST(ExampleTransportTest, AnswersEveryRequest) {
 
 TEST(ExampleTransportTest, AnswersAsynchronouslyOnAnotherThread) {
     ExampleTransport client;
-    std::promise<std::thread::id> thread;
-    client.makeAsyncRequest(getRequest(), [&thread](HttpRequest, HttpResponse, std::exception_ptr) {
-        thread.set_value(std::this_thread::get_id());
-    });
-    EXPECT_NE(thread.get_future().get(), std::this_thread::get_id());
+    std::promise<std::thread::id> promise;
+    std::future<std::thread::id> thread = promise.get_future();
+    client.makeAsyncRequest(
+        getRequest(),
+        [promise = std::move(promise)](HttpRequest, HttpResponse, std::exception_ptr) mutable {
+            promise.set_value(std::this_thread::get_id());
+        });
+    EXPECT_NE(thread.get(), std::this_thread::get_id());
     auto [response, id] = client.makeAsyncRequest(getRequest());
     EXPECT_EQ(id, 1U);
     EXPECT_EQ(response.get().getResponseBodyString(), "Hello");
@@ -77,17 +80,19 @@ TEST(ExampleTransportTest, AbortInTheProgressCallbackCancels) {
 class Occupied {
 public:
     explicit Occupied(ExampleTransport& client) {
+        std::promise<void> entered;
+        const std::future<void> inside = entered.get_future();
         client.makeAsyncRequest(getRequest(),
-                                [this](HttpRequest, HttpResponse, std::exception_ptr) {
-                                    entered_.set_value();
-                                    release_.get_future().wait();
+                                [entered = std::move(entered), released = release_.get_future()](
+                                    HttpRequest, HttpResponse, std::exception_ptr) mutable {
+                                    entered.set_value();
+                                    released.wait();
                                 });
-        entered_.get_future().wait();
+        inside.wait();
     }
     void letGo() { release_.set_value(); }
 
 private:
-    std::promise<void> entered_;
     std::promise<void> release_;
 };
 
