@@ -28,8 +28,12 @@ TEST(AllocationTest, CounterSeesEveryFormOfNew) {
     EXPECT_EQ(allocationsOf([] { ::operator delete(::operator new(10)); }), 1U);
     EXPECT_EQ(allocationsOf([] { ::operator delete[](::operator new[](10)); }), 1U);
     EXPECT_EQ(allocationsOf([] { ::operator delete(::operator new(10, std::nothrow)); }), 1U);
+    EXPECT_EQ(allocationsOf([] { ::operator delete[](::operator new[](10, std::nothrow)); }), 1U);
     EXPECT_EQ(allocationsOf([=] { ::operator delete(::operator new(10, alignment), alignment); }),
               1U);
+    EXPECT_EQ(
+        allocationsOf([=] { ::operator delete[](::operator new[](10, alignment), alignment); }),
+        1U);
     const AllocationCounts before = allocationCounts();
     ::operator delete(::operator new(1000));
     EXPECT_EQ((allocationCounts() - before).bytes, 1000U);

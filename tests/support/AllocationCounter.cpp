@@ -29,6 +29,14 @@ void* allocateAligned(std::size_t size, std::size_t alignment) {
     return counted(size, std::aligned_alloc(alignment, rounded));
 }
 
+void* allocateOrNull(std::size_t size) noexcept {
+    try {
+        return allocate(size);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+
 }  // namespace
 
 AllocationCounts allocationCounts() noexcept {
@@ -39,13 +47,30 @@ AllocationCounts allocationCounts() noexcept {
 
 using foundation::httpclient_core::testing::allocate;
 using foundation::httpclient_core::testing::allocateAligned;
+using foundation::httpclient_core::testing::allocateOrNull;
 
-// The forms for arrays and those that do not throw call these by default.
+// Every form, since a sanitizer's runtime brings forms of its own that do not call these.
 void* operator new(std::size_t size) {
     return allocate(size);
 }
 
+void* operator new[](std::size_t size) {
+    return allocate(size);
+}
+
+void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
+    return allocateOrNull(size);
+}
+
+void* operator new[](std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
+    return allocateOrNull(size);
+}
+
 void* operator new(std::size_t size, std::align_val_t alignment) {
+    return allocateAligned(size, static_cast<std::size_t>(alignment));
+}
+
+void* operator new[](std::size_t size, std::align_val_t alignment) {
     return allocateAligned(size, static_cast<std::size_t>(alignment));
 }
 
@@ -57,10 +82,34 @@ void operator delete(void* block, std::size_t /*size*/) noexcept {
     std::free(block);
 }
 
+void operator delete(void* block, const std::nothrow_t& /*tag*/) noexcept {
+    std::free(block);
+}
+
 void operator delete(void* block, std::align_val_t /*alignment*/) noexcept {
     std::free(block);
 }
 
 void operator delete(void* block, std::size_t /*size*/, std::align_val_t /*alignment*/) noexcept {
+    std::free(block);
+}
+
+void operator delete[](void* block) noexcept {
+    std::free(block);
+}
+
+void operator delete[](void* block, std::size_t /*size*/) noexcept {
+    std::free(block);
+}
+
+void operator delete[](void* block, const std::nothrow_t& /*tag*/) noexcept {
+    std::free(block);
+}
+
+void operator delete[](void* block, std::align_val_t /*alignment*/) noexcept {
+    std::free(block);
+}
+
+void operator delete[](void* block, std::size_t /*size*/, std::align_val_t /*alignment*/) noexcept {
     std::free(block);
 }
