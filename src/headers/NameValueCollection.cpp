@@ -210,7 +210,13 @@ std::ostream& NameValueCollection::toStream(std::ostream& os,
 std::string NameValueCollection::toString(const std::string& entrySeparator,
                                           const std::string& keyValueSeparator,
                                           const Encoder& encoder) const {
+    // What the entries need as they are stored; an encoder that lengthens them lets the text grow.
+    std::size_t size = 0;
+    for (const auto& [name, value] : entries_) {
+        size += entrySeparator.size() + name.size() + keyValueSeparator.size() + value.size();
+    }
     std::string result;
+    result.reserve(size);
     print(entries_, entrySeparator, keyValueSeparator, encoder,
           [&result](const std::string& text) { result += text; });
     return result;
