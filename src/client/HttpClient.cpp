@@ -103,6 +103,7 @@ ClientConfiguration HttpClient::getClientConfiguration() const {
     return configuration_;
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the interface takes the settings by value
 void HttpClient::setClientConfiguration(ClientConfiguration configuration) {
     const std::lock_guard lock(configurationMutex_);
     configuration_ = configuration;

@@ -1,5 +1,6 @@
 #include <foundation/httpclient_core/NameValueCollection.h>
 
+// NOLINTNEXTLINE(modernize-deprecated-headers): newlocale is of POSIX, clocale does not have it
 #include <locale.h>
 #include <new>
 #include <strings.h>
