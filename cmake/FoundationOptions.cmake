@@ -17,3 +17,12 @@ else()
     # A sanitizer's runtime is resolved at run time with clang, so the check is for plain builds only.
     set(FOUNDATION_NO_UNDEFINED "-Wl,--no-undefined")
 endif()
+
+# foundation_limit_exports(TARGET): the shared library shows names of this project only. Not with
+# sanitizers, which compare type descriptions across libraries by address.
+function(foundation_limit_exports target)
+    if(NOT FOUNDATION_SANITIZE)
+        target_link_options(${target} PRIVATE -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/exports.map)
+        set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/exports.map)
+    endif()
+endfunction()

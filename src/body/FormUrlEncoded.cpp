@@ -8,9 +8,11 @@
 
 namespace foundation::httpclient_core {
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the interface takes the fields by value
 FormUrlEncoded::FormUrlEncoded(NameValueCollection fields)
     : body_(fields.toString("&", "=", PercentEncoder("+"))) {}
 
+// NOLINTNEXTLINE(readability-convert-member-functions-to-static): a property like its neighbours
 ContentType FormUrlEncoded::contentType() const {
     return {"application/x-www-form-urlencoded", NameValueCollection()};
 }

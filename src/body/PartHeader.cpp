@@ -35,6 +35,7 @@ void PartHeader::setCustomHeaders(HttpHeaders customHeaders) {
     customHeaders_ = std::move(customHeaders);
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the interface takes the name by value
 void PartHeader::addCustomHeaderValue(std::string name, std::string value) {
     customHeaders_.addHeaderValue(name, std::move(value));
 }

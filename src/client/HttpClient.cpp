@@ -103,6 +103,7 @@ ClientConfiguration HttpClient::getClientConfiguration() const {
     return configuration_;
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the interface takes the settings by value
 void HttpClient::setClientConfiguration(ClientConfiguration configuration) {
     // Copied before and swapped in, so that a failure to copy changes nothing. What was stored is
     // destroyed after the lock is released: its callables may own objects that use the client.

@@ -30,7 +30,7 @@ HttpResponse::HttpResponse(const HttpRequest& request)
       preRespCodeAndHeadersCallback_(request.getPreRespCodeAndHeadersCallback()) {}
 
 HttpResponse::HttpResponse(HttpResponse&& other)
-    : HttpMessage(std::move(other)),
+    : HttpMessage(static_cast<HttpMessage&&>(other)),
       code_(other.code_),
       reason_(std::exchange(other.reason_, std::string())),
       transactionReport_(std::move(other.transactionReport_)),
@@ -41,7 +41,7 @@ HttpResponse::HttpResponse(HttpResponse&& other)
 
 HttpResponse& HttpResponse::operator=(HttpResponse&& other) {
     if (this != &other) {
-        HttpMessage::operator=(std::move(other));
+        HttpMessage::operator=(static_cast<HttpMessage&&>(other));
         code_ = other.code_;
         reason_ = std::exchange(other.reason_, std::string());
         transactionReport_ = std::move(other.transactionReport_);
@@ -129,6 +129,7 @@ std::string HttpResponse::getResponseBodyString() const {
     return support::readRest(getResponseBody());
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the interface takes the text by value
 void HttpResponse::setResponseBody(std::string data) {
     HttpHeaders former = getHeaders();
     setHeaderValue(HttpHeaders::CONTENT_LENGTH, std::to_string(data.size()));

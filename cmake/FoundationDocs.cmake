@@ -1,0 +1,12 @@
+# The target docs: the reference of the public headers, where Doxygen is installed.
+find_program(DOXYGEN_PROGRAM doxygen)
+if(DOXYGEN_PROGRAM)
+    set(documented ${PROJECT_SOURCE_DIR}/include ${PROJECT_BINARY_DIR}/include)
+    if(TARGET httpclient_curl)
+        list(APPEND documented ${PROJECT_SOURCE_DIR}/transports/curl/include)
+    endif()
+    list(TRANSFORM documented REPLACE ".+" "\"\\0\"")
+    list(JOIN documented " " FOUNDATION_DOCUMENTED_FOLDERS)
+    configure_file(${PROJECT_SOURCE_DIR}/docs/Doxyfile.in ${PROJECT_BINARY_DIR}/Doxyfile @ONLY)
+    add_custom_target(docs COMMAND ${DOXYGEN_PROGRAM} ${PROJECT_BINARY_DIR}/Doxyfile VERBATIM)
+endif()
