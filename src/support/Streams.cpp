@@ -1,9 +1,14 @@
 #include "support/Streams.h"
 
 #include <array>
+#include <cstddef>
+#include <ios>
+#include <iosfwd>
 #include <istream>
 #include <ostream>
 #include <streambuf>
+#include <string>
+#include <string_view>
 
 namespace foundation::httpclient_core::support {
 namespace {
