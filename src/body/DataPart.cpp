@@ -1,5 +1,9 @@
 #include <foundation/httpclient_core/DataPart.h>
 
+#include <foundation/httpclient_core/HttpHeaders.h>
+#include <foundation/httpclient_core/PartHeader.h>
+
+#include <string>
 #include <utility>
 
 namespace foundation::httpclient_core {

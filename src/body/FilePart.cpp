@@ -1,6 +1,10 @@
 #include <foundation/httpclient_core/FilePart.h>
 
+#include <foundation/httpclient_core/HttpHeaders.h>
+
+#include <filesystem>
 #include <stdexcept>
+#include <string>
 #include <utility>
 
 namespace foundation::httpclient_core {

@@ -1,7 +1,13 @@
 #include <foundation/httpclient_core/MultipartBody.h>
 
+#include <foundation/httpclient_core/DataPart.h>
+#include <foundation/httpclient_core/FilePart.h>
+
 #include <stdexcept>
+#include <string>
 #include <utility>
+#include <variant>
+#include <vector>
 
 namespace foundation::httpclient_core {
 namespace {

@@ -1,5 +1,8 @@
 #include <foundation/httpclient_core/PartHeader.h>
 
+#include <foundation/httpclient_core/HttpHeaders.h>
+
+#include <string>
 #include <utility>
 
 namespace foundation::httpclient_core {
@@ -35,7 +38,7 @@ void PartHeader::setCustomHeaders(HttpHeaders customHeaders) {
     customHeaders_ = std::move(customHeaders);
 }
 
-// NOLINTNEXTLINE(performance-unnecessary-value-param): the interface takes the name by value
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the interface takes the name by value.
 void PartHeader::addCustomHeaderValue(std::string name, std::string value) {
     customHeaders_.addHeaderValue(name, std::move(value));
 }

@@ -1,5 +1,6 @@
 #include "body/StreamLimit.h"
 
+#include <cstdint>
 #include <new>
 
 namespace foundation::httpclient_core {

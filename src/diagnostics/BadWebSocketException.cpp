@@ -1,5 +1,8 @@
 #include <foundation/httpclient_core/BadWebSocketException.h>
 
+#include <stdexcept>
+#include <string>
+
 namespace foundation::httpclient_core {
 
 BadWebSocketException::BadWebSocketException(const std::string& message)

@@ -1,5 +1,7 @@
 #include <foundation/httpclient_core/HttpRequestCancelledException.h>
 
+#include <foundation/httpclient_core/HttpRequestFailedException.h>
+
 namespace foundation::httpclient_core {
 
 HttpRequestCancelledException::HttpRequestCancelledException()

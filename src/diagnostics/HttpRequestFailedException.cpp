@@ -1,5 +1,8 @@
 #include <foundation/httpclient_core/HttpRequestFailedException.h>
 
+#include <stdexcept>
+#include <string>
+
 namespace foundation::httpclient_core {
 
 HttpRequestFailedException::HttpRequestFailedException(const std::string& message)

@@ -21,7 +21,7 @@ template <class Exception>
 /// Writes one record to the core channel. `pieces` is a chain such as `"a" << b`; it is evaluated only
 /// if the severity is enabled, so it must have no side effect, and under the logger's lock, so nothing
 /// in it may log.
-// NOLINTBEGIN(bugprone-macro-parentheses): a chain of << cannot stand in parentheses
+// NOLINTBEGIN(bugprone-macro-parentheses): the pieces are joined to a stream, not to each other.
 #define HCC_LOG(severity, pieces)                                                             \
     do {                                                                                      \
         if (auto* hccChannel =                                                                \

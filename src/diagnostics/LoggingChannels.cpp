@@ -2,7 +2,10 @@
 
 #include "diagnostics/Log.h"
 
+#include <foundation/log/basic_diagnostic_logger.h>
+
 #include <atomic>
+#include <cstdint>
 
 namespace foundation::httpclient_core {
 namespace {

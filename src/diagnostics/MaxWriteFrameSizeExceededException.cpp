@@ -1,5 +1,7 @@
 #include <foundation/httpclient_core/MaxWriteFrameSizeExceededException.h>
 
+#include <cstdint>
+#include <stdexcept>
 #include <string>
 
 namespace foundation::httpclient_core {

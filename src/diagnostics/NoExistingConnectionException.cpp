@@ -1,5 +1,7 @@
 #include <foundation/httpclient_core/NoExistingConnectionException.h>
 
+#include <stdexcept>
+
 namespace foundation::httpclient_core {
 
 NoExistingConnectionException::NoExistingConnectionException()

@@ -1,5 +1,7 @@
 #include <foundation/httpclient_core/ReadCalledWhenAlreadyReadingException.h>
 
+#include <stdexcept>
+
 namespace foundation::httpclient_core {
 
 ReadCalledWhenAlreadyReadingException::ReadCalledWhenAlreadyReadingException()

@@ -8,8 +8,11 @@
 #include <boost/log/sources/record_ostream.hpp>
 #include <boost/log/sources/severity_feature.hpp>
 
+#include <cstdint>
 #include <locale>
 #include <mutex>
+#include <ostream>
+#include <string>
 #include <utility>
 
 namespace foundation::log {

@@ -1,6 +1,7 @@
 #include <foundation/log/exception_chain.h>
 
 #include <exception>
+#include <string>
 
 namespace foundation::log::detail {
 namespace {

@@ -4,6 +4,7 @@
 #include <array>
 #include <ostream>
 #include <stdexcept>
+#include <string>
 #include <string_view>
 #include <utility>
 

@@ -4,7 +4,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <ostream>
+#include <string>
 #include <string_view>
 
 namespace foundation::httpclient_core {

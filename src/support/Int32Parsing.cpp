@@ -1,9 +1,11 @@
 #include "support/Int32Parsing.h"
 
 #include <cerrno>
+#include <cstdint>
 #include <cstdlib>
 #include <limits>
 #include <stdexcept>
+#include <string>
 
 namespace foundation::httpclient_core::support {
 

@@ -3,6 +3,8 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <string>
+#include <string_view>
 
 namespace foundation::httpclient_core {
 namespace {
@@ -39,7 +41,7 @@ std::string percentDecode(std::string_view text) {
             const int high = hexadecimalValue(text[i + 1]);
             const int low = hexadecimalValue(text[i + 2]);
             if (high != notHexadecimal && low != notHexadecimal) {
-                *out++ = static_cast<char>(high * 16 + low);
+                *out++ = static_cast<char>((high * 16) + low);
                 i += 2;
                 continue;
             }

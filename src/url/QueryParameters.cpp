@@ -3,11 +3,18 @@
 #include "diagnostics/Log.h"
 #include "url/PercentDecode.h"
 
+#include <foundation/httpclient_core/LoggingChannels.h>
 #include <foundation/httpclient_core/PercentEncoder.h>
 
+#include <cstddef>
+#include <cstdint>
+#include <initializer_list>
 #include <ostream>
 #include <stdexcept>
+#include <string>
+#include <string_view>
 #include <utility>
+#include <vector>
 
 namespace foundation::httpclient_core {
 namespace {

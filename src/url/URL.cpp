@@ -2,9 +2,12 @@
 
 #include "support/Int32Parsing.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <limits>
 #include <ostream>
 #include <stdexcept>
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -51,7 +54,7 @@ void URL::parse(std::string_view text) {
     // Deliberate: only a "/" ends the authority. "host?q=1" is a domain of that name, and user
     // information or a bracketed IPv6 address fails at its first ":" as a port that is no number.
     const std::size_t slash = text.find('/');
-    std::string_view authority = text.substr(0, slash);
+    const std::string_view authority = text.substr(0, slash);
     const std::size_t colon = authority.find(':');
     domain_ = authority.substr(0, colon);
     if (colon != std::string_view::npos) {

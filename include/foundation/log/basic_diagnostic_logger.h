@@ -9,6 +9,8 @@
 /// Logging for the libraries of this family: named channels over Boost.Log, whose headers it keeps away.
 namespace foundation::log {
 
+// NOLINTBEGIN(readability-identifier-naming): the names of the logging layer are in lower case.
+
 /// A named channel that hands records to the Boost.Log core of the process.
 ///
 /// A severity is a set of bits, of which the low 15 count (filter_bits); a record is written only if the mask
@@ -108,4 +110,6 @@ private:
     std::unique_ptr<Impl> impl_;
 };
 extern template class basic_diagnostic_logger<char>;
+
+// NOLINTEND(readability-identifier-naming)
 }  // namespace foundation::log

@@ -30,6 +30,7 @@ namespace detail {
 ///            "cannot connect; caused by: no such host");
 /// }
 /// @endcode
+// NOLINTNEXTLINE(readability-identifier-naming): the names of the logging layer are in lower case.
 FOUNDATION_HTTPCLIENT_CORE_API std::string current_exception_chain_as_string();
 }  // namespace detail
 
