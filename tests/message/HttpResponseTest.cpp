@@ -514,6 +514,16 @@ TEST(HttpResponseTest, ResetOfAnUnwrittenBodyKeepsTheStream) {
     EXPECT_EQ(made, 1);
 }
 
+TEST(HttpResponseTest, ResetOfAnUnwrittenBodyKeepsAStreamThatAReaderMetTheEndOf) {
+    HttpResponse response;
+    std::iostream& body = response.getResponseBody();
+    std::string word;
+    body >> word;
+    ASSERT_TRUE(body.fail());
+    response.resetResponseBody();
+    EXPECT_EQ(&response.getResponseBody(), &body);
+}
+
 TEST(HttpResponseTest, ResetReplacesAStreamThatBeganEmpty) {
     HttpResponse response;
     response.setResponseBody("abc");
@@ -750,7 +760,9 @@ void expectFull(HttpResponse& response, const int& calls) {
     EXPECT_EQ(response.getTransactionReport().redirectCount(), 2);
     EXPECT_EQ(response.getTransactionReport().effectiveURL(), URL("http://h/"));
     EXPECT_EQ(response.getResponseBodyString(), "headabc");
+    const std::iostream* body = &response.getResponseBody();
     response.resetResponseBody();
+    EXPECT_EQ(&response.getResponseBody(), body);
     EXPECT_EQ(response.getResponseBody().tellp(), std::streampos(4));
     response.setHeaderValue("b", "2");
     EXPECT_EQ(calls, 1);
