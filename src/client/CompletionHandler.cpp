@@ -1,5 +1,13 @@
 #include <foundation/httpclient_core/CompletionHandler.h>
 
+#include <foundation/httpclient_core/HttpRequest.h>
+#include <foundation/httpclient_core/HttpResponse.h>
+
+#include <exception>
+#include <future>
+#include <system_error>
+#include <utility>
+
 namespace foundation::httpclient_core {
 namespace {
 

@@ -2,9 +2,19 @@
 
 #include "client/RequestValidation.h"
 #include "client/RetryPreparation.h"
-#include "client/RetryingHandler.h"
 #include "diagnostics/Log.h"
 
+#include <foundation/httpclient_core/ClientConfiguration.h>
+#include <foundation/httpclient_core/HttpRequest.h>
+#include <foundation/httpclient_core/HttpResponse.h>
+#include <foundation/httpclient_core/HttpResponseCode.h>
+#include <foundation/httpclient_core/RetryStrategy.h>
+#include <foundation/httpclient_core/URL.h>
+
+#include <exception>
+#include <future>
+#include <memory>
+#include <mutex>
 #include <utility>
 
 namespace foundation::httpclient_core {

@@ -1,8 +1,16 @@
 #include <foundation/httpclient_core/HttpClient.h>
+#include <foundation/httpclient_core/HttpRequest.h>
+#include <foundation/httpclient_core/HttpResponse.h>
+#include <foundation/httpclient_core/HttpResponseCode.h>
+#include <foundation/httpclient_core/ProxyCredentialPrompt.h>
+#include <foundation/httpclient_core/ProxyCredentialStore.h>
+#include <foundation/httpclient_core/ProxyCredentials.h>
 
+#include <cstdint>
+#include <exception>
+#include <memory>
 #include <optional>
 #include <string>
-#include <utility>
 
 namespace foundation::httpclient_core {
 namespace {

@@ -1,5 +1,6 @@
 #include <foundation/httpclient_core/ProxyCredentials.h>
 
+#include <string>
 #include <utility>
 
 namespace foundation::httpclient_core {

@@ -2,7 +2,9 @@
 
 #include "diagnostics/Log.h"
 
+#include <foundation/httpclient_core/HttpHeaders.h>
 #include <foundation/httpclient_core/HttpRequest.h>
+#include <foundation/httpclient_core/LoggingChannels.h>
 
 #include <stdexcept>
 

@@ -6,7 +6,12 @@
 
 #include <foundation/httpclient_core/HttpRequest.h>
 #include <foundation/httpclient_core/HttpResponse.h>
+#include <foundation/httpclient_core/HttpResponseCode.h>
+#include <foundation/httpclient_core/LoggingChannels.h>
+#include <foundation/httpclient_core/Progress.h>
+#include <foundation/httpclient_core/URL.h>
 
+#include <ios>
 #include <istream>
 #include <optional>
 #include <string>

@@ -2,6 +2,14 @@
 
 #include "client/RetryPreparation.h"
 
+#include <foundation/httpclient_core/HttpClient.h>
+#include <foundation/httpclient_core/HttpRequest.h>
+#include <foundation/httpclient_core/HttpResponse.h>
+#include <foundation/httpclient_core/HttpResponseCode.h>
+#include <foundation/httpclient_core/RetryStrategy.h>
+
+#include <exception>
+#include <memory>
 #include <utility>
 
 namespace foundation::httpclient_core {

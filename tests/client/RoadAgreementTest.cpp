@@ -156,15 +156,18 @@ Attempt randomAttempt(Random& random) {
     if (code == Code::ProxyAuthenticationRequired ? !random.oneIn(4) : random.oneIn(20)) {
         headers.addHeaderValue("QZ-Internal-Proxy-Info", "proxy" + std::to_string(random.below(3)));
     }
-    Attempt attempt = answer(code, std::string(random.below(4) * random.below(20), 'x'), headers);
+    // One draw in a statement: the order of arguments and operands is the compiler's.
+    const std::size_t blocks = random.below(4);
+    const std::size_t blockSize = random.below(20);
+    Attempt attempt = answer(code, std::string(blocks * blockSize, 'x'), headers);
     if (random.oneIn(4)) {
         attempt.error = randomError(random);
     }
     if (code == Code::UpgradeRequired ? !random.oneIn(4) : random.oneIn(4)) {
-        attempt.report = TransactionReport(
-            static_cast<long>(random.below(3)),
-            URL(random.of(std::vector<std::string>{"", "http://host/file", "http://moved/file",
-                                                   "https://moved/file?x=1#top"})));
+        const auto redirects = static_cast<long>(random.below(3));
+        const std::string effectiveURL = random.of(std::vector<std::string>{
+            "", "http://host/file", "http://moved/file", "https://moved/file?x=1#top"});
+        attempt.report = TransactionReport(redirects, URL(effectiveURL));
     }
     return attempt;
 }
