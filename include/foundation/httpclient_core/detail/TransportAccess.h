@@ -22,7 +22,8 @@ namespace foundation::httpclient_core::detail {
 /// ClientConfiguration configuration;
 /// assert(Access::connectTimeoutMs(configuration) == 5000);
 /// Access::setProxyUrl(configuration, "http://proxy.example:3128");
-/// assert(Access::proxyUrl(ClientConfiguration(configuration)) == "http://proxy.example:3128");
+/// const ClientConfiguration copy = configuration;
+/// assert(Access::proxyUrl(copy) == "http://proxy.example:3128");
 /// @endcode
 struct ClientConfigurationAccess {
     /// The type whose settings these are.

@@ -56,11 +56,13 @@ struct TransferSettings;
 /// thread-safe, but for the destructor.
 ///
 /// @par Example
-/// One request on the calling thread:
+/// One request on the calling thread, to a server that answers "Hello":
 /// @code{.cpp}
+/// ExampleServer server;
 /// foundation::httpclient_curl::CurlHttpClient client;
-/// HttpResponse response = client.makeRequest(HttpRequest(HttpMethod::GET, "http://localhost/", {}));
-/// std::cout << response.getResponseCode() << '\n' << response.getResponseBodyString();
+/// const HttpResponse response = client.makeRequest(HttpRequest(HttpMethod::GET, server.url(), {}));
+/// assert(response.getResponseCode() == HttpResponseCode::OK);
+/// assert(response.getResponseBodyString() == "Hello");
 /// @endcode
 class FOUNDATION_HTTPCLIENT_CURL_API CurlHttpClient final : public httpclient_core::HttpClient {
 public:
