@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <type_traits>
-
 namespace foundation::httpclient_core {
 namespace {
 
@@ -29,12 +27,6 @@ TEST(ProgressTest, CountsTheDownloadFirst) {
     EXPECT_EQ(progress.downloaded, 2);
     EXPECT_EQ(progress.uploadTotal, 3);
     EXPECT_EQ(progress.uploaded, 4);
-}
-
-TEST(ProgressTest, ResultIsZeroToContinueAndOneToAbort) {
-    static_assert(std::is_same_v<std::underlying_type_t<ProgressResult>, std::int32_t>);
-    EXPECT_EQ(static_cast<std::int32_t>(ProgressResult::Continue), 0);
-    EXPECT_EQ(static_cast<std::int32_t>(ProgressResult::Abort), 1);
 }
 
 }  // namespace

@@ -15,8 +15,9 @@ class HttpResponse;
 /// the request so far, this one included, not those that ended with 407. It is called after every
 /// attempt, whatever its response is, before the retry strategy and with no lock held: on the
 /// caller's thread for synchronous requests, on the thread the transport ends the attempt on for
-/// asynchronous ones. What it throws ends the request: it leaves the synchronous call; an
-/// asynchronous one is then never answered. Each attempt works on a fresh copy of the strategy.
+/// asynchronous ones. What it throws ends the request: it leaves the synchronous call; the handler
+/// of an asynchronous one is then never called, and its future reports a broken promise. Each
+/// attempt works on a fresh copy of the strategy.
 using ProxyAuthenticationStrategy =
     std::function<bool(const HttpResponse& response, const std::exception_ptr& error, int attempt)>;
 

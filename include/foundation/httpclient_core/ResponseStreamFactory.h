@@ -27,7 +27,9 @@ namespace foundation::httpclient_core {
 ///   | std::ios::out | std::ios::ate`. `std::ios::app` does not do: such a stream says it is at 0
 ///   when it is opened, and it writes at the end wherever it was sought to.
 ///
-/// A stream whose position cannot be told counts as beginning at 0.
+/// A stream whose position cannot be told counts as beginning at 0. A retry that resumes asks the
+/// server for the bytes from the stream's own write position on, whatever position the body began
+/// at.
 ///
 /// @par Thread safety
 /// A factory on a request that is made once needs none. One that several requests share is called

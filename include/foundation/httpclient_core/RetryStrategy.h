@@ -23,10 +23,11 @@ class HttpResponse;
 ///
 /// It is called after every attempt, a successful one too, with no lock held: on the caller's
 /// thread for synchronous requests, on the thread the transport ends the attempt on for
-/// asynchronous ones. What it throws ends the request: it leaves the synchronous call; an
-/// asynchronous one is then never answered. A client works on a copy of the strategy, which lives
-/// as long as the synchronous request; an asynchronous request takes a fresh copy for each attempt,
-/// so that a state the strategy holds by value does not last.
+/// asynchronous ones. What it throws ends the request: it leaves the synchronous call; the handler
+/// of an asynchronous one is then never called, and its future reports a broken promise. A client
+/// works on a copy of the strategy, which lives as long as the synchronous request; an asynchronous
+/// request takes a fresh copy for each attempt, so that a state the strategy holds by value does
+/// not last.
 using RetryStrategy = std::function<bool(const HttpRequest& request,
                                          const HttpResponse& response,
                                          const std::exception_ptr& error,
@@ -57,8 +58,9 @@ using IsRetriable = std::function<bool(HttpMethod method, bool timedOut, HttpRes
 /// Records go to the core channel, at severity 4 where none is named.
 ///
 /// The wait in milliseconds, with n for the consecutive attempts:
-/// - `backoffBase` times 2 to the power (n - 1), but 0 for n = 1: a base of 100 gives 0, 200, 400,
-///   800. Deliberately computed in 32 bits: it wraps around, also below 0, and is 0 from n = 33 on.
+/// - `backoffBase` times 2 to the power (n - 1), but 0 for an n of 1 or less: a base of 100 gives
+///   0, 200, 400, 800. Deliberately computed in 32 bits: it wraps around, also below 0, and is 0
+///   from n = 33 on.
 /// - plus a random number from minJitter to maxJitter, each as likely as any other, drawn afresh
 ///   for each wait and different between strategies and processes.
 /// - at least "Retry-After" of a 429 or a 503 response, where that is asked for: its leading
@@ -67,8 +69,8 @@ using IsRetriable = std::function<bool(HttpMethod method, bool timedOut, HttpRes
 ///   on it wraps around.
 /// - at most `maxBackoff`.
 ///
-/// The first three parts apply from the first attempt on. Sums that do not fit 64 bits are held at
-/// the largest number that does.
+/// Jitter and "Retry-After" apply from the first attempt on. Sums that do not fit 64 bits are held
+/// at the largest number that does.
 ///
 /// This overload has no jitter and does not look at "Retry-After", and the limit of consecutive
 /// attempts is that of all attempts. Of `backoffBase`, in milliseconds, the low 32 bits are used.
