@@ -23,7 +23,6 @@ NO_TEST = {
     "include/foundation/httpclient_core.h": "includes the others; every documented example includes it",
     "include/foundation/httpclient_core/Export.h": "one macro; the test of the exported symbols covers it",
     "include/foundation/httpclient_core/Fwd.h": "declarations only; compiled alone by the header check",
-    "include/foundation/httpclient_core/ProgressResult.h": "two enumerators; ProgressTest checks both",
     "transports/curl/include/foundation/httpclient_curl/Export.h": "as the core's",
 }
 
