@@ -29,7 +29,9 @@ int main(int argc, char** argv) {
     using namespace foundation;
     using namespace foundation::httpclient_tool;
     occupyStandardDescriptors();
-    std::setlocale(LC_CTYPE, "");  // for host names beyond ASCII
+    // For host names beyond ASCII.
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): no other thread has started
+    std::setlocale(LC_CTYPE, "");
     // Errors of the write instead: a reader that went away, a file size limit.
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);

@@ -40,6 +40,7 @@ Pointer requireMemory(Pointer pointer) {
 inline void appendLine(HeaderLines& lines, const std::string& line) {
     curl_slist* extended = requireMemory(curl_slist_append(lines.get(), line.c_str()));
     // The list's head stays the same but for the first line.
+    // NOLINTNEXTLINE(bugprone-unused-return-value): `extended` is the same list
     static_cast<void>(lines.release());
     lines.reset(extended);
 }

@@ -301,8 +301,9 @@ void Exchange::commit(const HeaderBlock& block) {
     }
     committed_ = true;
     core::HttpHeaders headers = block.headers();
-    if (block.code() == HttpResponseCode::ProxyAuthenticationRequired && hop_->proxy.has_value()) {
-        headers.addHeaderValue(proxyInfoHeader, hop_->proxy->info);
+    const auto& proxy = hop_->proxy;
+    if (block.code() == HttpResponseCode::ProxyAuthenticationRequired && proxy.has_value()) {
+        headers.addHeaderValue(proxyInfoHeader, proxy->info);
     }
     response_.setResponseCodeAndReason(block.code(), block.reason());
     response_.setHeaders(std::move(headers));

@@ -99,8 +99,8 @@ ResumeGuard::Verdict ResumeGuard::judge(const HeaderBlock& block) {
     }
     const std::optional<ByteRange> sent =
         ByteRange::fromContentRange(block.header("Content-Range"));
-    if (range_.empty() &&
-        !(sent.has_value() && sent->first == 0 && sent->last == sent->total - 1)) {
+    const bool isWhole = sent.has_value() && sent->first == 0 && sent->last == sent->total - 1;
+    if (range_.empty() && !isWhole) {
         throw HttpRequestFailedException(
             "The server sent part of the resource although no range was asked for");
     }
