@@ -45,6 +45,14 @@ inline void appendLine(HeaderLines& lines, const std::string& line) {
     lines.reset(extended);
 }
 
+/// Appends the line of one header field.
+inline void appendField(HeaderLines& lines, const std::string& name, const std::string& value) {
+    std::string line;
+    line.reserve(name.size() + 2 + value.size());
+    line.append(name).append(": ").append(value);
+    appendLine(lines, line);
+}
+
 /// Sets an option; one that libcurl refuses fails the request before anything is sent.
 template <class Value>
 void setOption(CURL* handle, CURLoption option, Value value) {

@@ -43,7 +43,7 @@ curl_mimepart* MultipartForm::addPart(const core::PartHeader& header) {
     HeaderLines lines;
     for (const auto& [name, value] : header.getCustomHeaders()) {
         requireSafeField(name, value);
-        appendLine(lines, name + ": " + value);
+        appendField(lines, name, value);
     }
     if (lines != nullptr) {
         require(curl_mime_headers(part, lines.release(), 1));

@@ -31,6 +31,7 @@ std::int64_t parseLength(std::string_view text) {
     std::int64_t length = -1;
     const std::string_view digits = trimmed(text);
     const char* end = digits.data() + digits.size();
+    // NOLINTNEXTLINE(bugprone-suspicious-stringview-data-usage): the end is given as well
     const auto [rest, error] = std::from_chars(digits.data(), end, length);
     if (error != std::errc() || rest != end || length < 0) {
         throw core::HttpRequestFailedException("Content-Length of the request is no length");
@@ -89,8 +90,12 @@ HeaderLines RequestHeaders::lines(const std::string& range, const std::string& i
         if (sameName(name, "If-Range") && !keepsIfRange) {
             continue;
         }
-        // libcurl sends a field without a value only in this form.
-        appendLine(lines, trimmed(value).empty() ? name + ";" : name + ": " + value);
+        if (trimmed(value).empty()) {
+            // libcurl sends a field without a value only in this form.
+            appendLine(lines, name + ";");
+        } else {
+            appendField(lines, name, value);
+        }
     }
     if (!range.empty()) {
         appendLine(lines, "Range: " + range);

@@ -25,6 +25,7 @@ std::string fromHex(std::string_view hex) {
     for (hex.remove_prefix(std::min<std::size_t>(hex.size(), 1)); hex.size() >= 2;
          hex.remove_prefix(2)) {
         unsigned int byte = 0;
+        // NOLINTNEXTLINE(bugprone-suspicious-stringview-data-usage): the end is given as well
         std::from_chars(hex.data(), hex.data() + 2, byte, 16);
         text += static_cast<char>(byte);
     }
