@@ -1,5 +1,6 @@
 #pragma once
 #include <foundation/httpclient_core/Export.h>
+#include <foundation/httpclient_core/detail/EntryNode.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -7,14 +8,15 @@
 #include <initializer_list>
 #include <iosfwd>
 #include <iterator>
-#include <list>
-#include <map>
 #include <memory>
 #include <string>
 #include <type_traits>
 #include <utility>
 #include <vector>
 namespace foundation::httpclient_core {
+
+class FoldedName;
+struct StoredEntry;
 
 /// An ordered list of name and value pairs whose names are looked up without regard to ASCII case.
 ///
@@ -98,14 +100,13 @@ public:
     using Encoder = std::function<std::string(std::string)>;
 
 private:
-    using EntryList = std::list<value_type>;
-
-    // The iterators are a class of the library's own and not those of the container inside, so that
-    // the container can be replaced without a change for callers.
+    // The iterators are a class of the library's own and say nothing about how entries are kept.
     template <class Value>
     class EntryIterator {
-        using Position = std::
-            conditional_t<std::is_const_v<Value>, EntryList::const_iterator, EntryList::iterator>;
+        using Links = std::
+            conditional_t<std::is_const_v<Value>, const detail::EntryLinks, detail::EntryLinks>;
+        using Node =
+            std::conditional_t<std::is_const_v<Value>, const detail::EntryNode, detail::EntryNode>;
 
     public:
         using iterator_category = std::bidirectional_iterator_tag;
@@ -120,46 +121,46 @@ private:
         /// Converts a mutable iterator into a constant one; never the other way round.
         template <class Other>
             requires(std::is_const_v<Value> && std::is_same_v<Other, value_type>)
-        EntryIterator(const EntryIterator<Other>& other) noexcept : position_(other.position_) {}
+        EntryIterator(const EntryIterator<Other>& other) noexcept : place_(other.place_) {}
 
         /// Returns the entry, which must exist: not at end().
-        reference operator*() const noexcept { return *position_; }
+        reference operator*() const noexcept { return static_cast<Node*>(place_)->entry; }
         /// Gives access to `first`, the name, and `second`, the value. Not at end().
-        pointer operator->() const noexcept { return std::addressof(*position_); }
+        pointer operator->() const noexcept { return std::addressof(**this); }
         /// Goes to the next entry, or from the last one to end(). Not at end().
         EntryIterator& operator++() noexcept {
-            ++position_;
+            place_ = place_->next;
             return *this;
         }
         /// Goes to the next entry and returns the iterator as it was before. Not at end().
         EntryIterator operator++(int) noexcept {
             EntryIterator before = *this;
-            ++position_;
+            place_ = place_->next;
             return before;
         }
         /// Goes to the entry before, or from end() to the last one. Not at begin().
         EntryIterator& operator--() noexcept {
-            --position_;
+            place_ = place_->previous;
             return *this;
         }
         /// Goes to the entry before and returns the iterator as it was. Not at begin().
         EntryIterator operator--(int) noexcept {
             EntryIterator before = *this;
-            --position_;
+            place_ = place_->previous;
             return before;
         }
         /// Returns true if both are at the same entry, or both at the end, of one collection. A
         /// mutable iterator compares with a constant one. Meaningless between two collections.
         friend bool operator==(const EntryIterator& a, const EntryIterator& b) noexcept {
-            return a.position_ == b.position_;
+            return a.place_ == b.place_;
         }
 
     private:
         friend class NameValueCollection;
         template <class>
         friend class EntryIterator;
-        explicit EntryIterator(Position position) noexcept : position_(position) {}
-        Position position_{};
+        explicit EntryIterator(Links* place) noexcept : place_(place) {}
+        Links* place_ = nullptr;
     };
 
 public:
@@ -181,8 +182,7 @@ public:
     /// other.
     using const_iterator = EntryIterator<const value_type>;
 
-    /// Makes an empty collection.
-    /// @throws std::bad_alloc if there is no memory for its comparator.
+    /// Makes an empty collection; allocates nothing.
     NameValueCollection();
     /// Makes a collection of the pairs in the order given, duplicates included: `{{"a", "1"}, {"A",
     /// "2"}}` has two entries.
@@ -213,12 +213,12 @@ public:
     std::uint64_t size() const noexcept;
     /// Returns true if there is no entry.
     bool empty() const noexcept;
-    /// Returns true if an entry has this name. Logarithmic; allocates nothing.
+    /// Returns true if an entry has this name. Constant; allocates nothing.
     bool has(const std::string& name) const;
     /// Returns the position of the first entry of this name, or end() if there is none.
-    /// Logarithmic; allocates nothing.
+    /// Constant; allocates nothing.
     const_iterator find(const std::string& name) const;
-    /// Returns a copy of the value of the first entry of this name. Logarithmic.
+    /// Returns a copy of the value of the first entry of this name. Constant.
     ///
     /// Test with has() or find() first where a missing name is no error: the failure is also
     /// written to the log.
@@ -227,23 +227,23 @@ public:
     /// channel at severity 512.
     std::string get(const std::string& name) const;
     /// Returns copies of the values of all entries of this name in the order in which they were
-    /// added; none if there is none. Logarithmic, and linear in the matches.
+    /// added; none if there is none. Linear in the matches.
     /// @throws std::bad_alloc if there is no memory; never for a missing name.
     std::vector<std::string> getAll(const std::string& name) const;
     /// Returns the position of the first entry, or end() if the collection is empty.
     /// @{
-    iterator begin() noexcept;
-    const_iterator begin() const noexcept;
-    const_iterator cbegin() const noexcept;
+    iterator begin() noexcept { return iterator(ring_.next); }
+    const_iterator begin() const noexcept { return const_iterator(ring_.next); }
+    const_iterator cbegin() const noexcept { return begin(); }
     /// @}
     /// Returns the position after the last entry.
     /// @{
-    iterator end() noexcept;
-    const_iterator end() const noexcept;
-    const_iterator cend() const noexcept;
+    iterator end() noexcept { return iterator(&ring_); }
+    const_iterator end() const noexcept { return const_iterator(&ring_); }
+    const_iterator cend() const noexcept { return end(); }
     /// @}
 
-    /// Appends an entry, also where the name is there already. Logarithmic; invalidates no
+    /// Appends an entry, also where the name is there already. Amortised constant; invalidates no
     /// iterator.
     /// @throws std::length_error "list too long" or "map/set too long" if the collection holds as
     /// many entries as it can; std::bad_alloc if there is no memory. The collection is then
@@ -256,14 +256,14 @@ public:
     ///
     /// Only that one entry changes: it keeps its place and the spelling of its name, and other
     /// entries of the name keep their values. Set `"ACCEPT"` to `"c"` in `{("Accept", "a"),
-    /// ("accept", "b")}` and there is `{("Accept", "c"), ("accept", "b")}`. Logarithmic;
+    /// ("accept", "b")}` and there is `{("Accept", "c"), ("accept", "b")}`. Constant;
     /// invalidates no iterator.
     /// @throws std::length_error or std::bad_alloc as add(), and only when it appends; the
     /// collection is then unchanged.
     void set(const std::string& name, std::string value);
     /// Removes every entry of this name; does nothing if there is none. Never throws.
     ///
-    /// Logarithmic, and linear in the matches. Invalidates the iterators of the removed entries and
+    /// Linear in the matches. Invalidates the iterators of the removed entries and
     /// no others. `name` may be the name of a stored entry, for example `begin()->first`.
     void erase(const std::string& name);
 
@@ -299,13 +299,15 @@ public:
     bool operator==(const NameValueCollection& other) const;
 
 private:
-    using Index = std::multimap<std::string, EntryList::iterator, CaseInsensitiveCompare>;
+    StoredEntry* lookUp(const FoldedName& name) const noexcept;
+    detail::EntryStore& store();
+    template <class Iterator>
+    void appendAll(Iterator first, Iterator last, std::size_t count);
+    void clear() noexcept;
+    void takeFrom(NameValueCollection& other) noexcept;
 
-    void init();
-
-    EntryList entries_;
-    // Where the entries of a name are, in the order in which they were added.
-    Index index_;
+    detail::EntryLinks ring_{&ring_, &ring_};  // Through the entries, in order.
+    detail::EntryStore* store_ = nullptr;      // None before the first entry.
 };
 
 }  // namespace foundation::httpclient_core
