@@ -21,10 +21,11 @@ public:
     using Words = std::array<std::uint64_t, wordBytes / sizeof(std::uint64_t)>;
 
     /// Refers to the text.
-    [[gnu::always_inline]] explicit FoldedName(std::string_view name) noexcept : size_(name.size()) {
+    [[gnu::always_inline]] explicit FoldedName(std::string_view name) noexcept
+        : size_(name.size()) {
         std::uint64_t zeros = 0;
-        words_ = {word(name, 0, zeros), word(name, wordSize, zeros), word(name, 2 * wordSize, zeros),
-                  word(name, 3 * wordSize, zeros)};
+        words_ = {word(name, 0, zeros), word(name, wordSize, zeros),
+                  word(name, 2 * wordSize, zeros), word(name, 3 * wordSize, zeros)};
         if (size_ > wordBytes) [[unlikely]] {
             rest_ = name.substr(0, size_ - wordBytes);
             zeros |= rest_.find('\0') != std::string_view::npos ? 1U : 0U;
@@ -50,9 +51,9 @@ public:
     /// Whether such a copy, of a name of this size, holds the same.
     bool hasRest(const char* foldedRest) const noexcept;
     std::size_t size() const noexcept { return size_; }
-    /// A number that tells many names apart, at the cost of one multiplication.
+    /// A number below 512 that tells many names apart, at the cost of one multiplication.
     std::uint32_t mark() const noexcept {
-        return static_cast<std::uint32_t>(((words_[0] ^ size_) * 0x9E3779B97F4A7C15U) >> 32U);
+        return static_cast<std::uint32_t>(((words_[0] ^ size_) * 0x9E3779B97F4A7C15U) >> 55U);
     }
     /// Never 0. Equal names have equal hashes, which differ from one process to the next: names come from
     /// the network, and nobody there shall be able to choose names that collide.
@@ -104,7 +105,9 @@ private:
 
     // The eight bytes before the last `after` ones; fewer at the beginning of the text. Notes in `zeros`
     // whether there is a NUL among them.
-    static std::uint64_t word(std::string_view text, std::size_t after, std::uint64_t& zeros) noexcept {
+    static std::uint64_t word(std::string_view text,
+                              std::size_t after,
+                              std::uint64_t& zeros) noexcept {
         if (text.size() >= after + wordSize) {
             const auto word = load<std::uint64_t>(text.data() + (text.size() - after - wordSize));
             zeros |= zeroBytes(word);

@@ -1,8 +1,10 @@
 #include <foundation/httpclient_core/NameValueCollection.h>
 
 #include "diagnostics/Log.h"
+#include "headers/EntryAccess.h"
 #include "headers/EntryStore.h"
 #include "headers/FoldedName.h"
+#include "headers/IdentityEncoder.h"
 #include "headers/StoredEntry.h"
 
 #include <foundation/httpclient_core/LoggingChannels.h>
@@ -14,6 +16,7 @@
 #include <ostream>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -91,6 +94,18 @@ EntryStore& NameValueCollection::store() {
         store_ = EntryStore::make(0).release();
     }
     return *store_;
+}
+
+void detail::EntryAccess::add(NameValueCollection& collection,
+                              std::string_view name,
+                              std::string_view value) {
+    collection.store().append(collection.ring_, FoldedName(name), name, value);
+}
+
+void detail::EntryAccess::reserve(NameValueCollection& collection, std::size_t entries) {
+    if (collection.store_ == nullptr && entries > 0) {
+        collection.store_ = EntryStore::make(entries).release();
+    }
 }
 
 // The first entry of the name, or null.
@@ -189,6 +204,24 @@ void print(const Entries& entries,
     }
 }
 
+/// Does the same for the encoder that changes nothing, without a copy of each text.
+template <class Put>
+void printAsStored(const NameValueCollection& entries,
+                   const std::string& entrySeparator,
+                   const std::string& keyValueSeparator,
+                   const Put& put) {
+    bool first = true;
+    for (const auto& [name, value] : entries) {
+        if (!first) {
+            put(entrySeparator);
+        }
+        first = false;
+        put(name);
+        put(keyValueSeparator);
+        put(value);
+    }
+}
+
 }  // namespace
 
 std::ostream& NameValueCollection::toStream(std::ostream& os,
@@ -210,8 +243,12 @@ std::string NameValueCollection::toString(const std::string& entrySeparator,
     }
     std::string result;
     result.reserve(size);
-    print(*this, entrySeparator, keyValueSeparator, encoder,
-          [&result](const std::string& text) { result += text; });
+    const auto put = [&result](const std::string& text) { result += text; };
+    if (isIdentityEncoder(encoder)) {
+        printAsStored(*this, entrySeparator, keyValueSeparator, put);
+    } else {
+        print(*this, entrySeparator, keyValueSeparator, encoder, put);
+    }
     return result;
 }
 

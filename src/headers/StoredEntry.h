@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <utility>
 
 namespace foundation::httpclient_core {
@@ -22,7 +23,9 @@ struct StoredEntry : detail::EntryNode {
                 std::uint32_t* placeOfHash,
                 Spelling&& spelling,
                 Value&& value)
-        : EntryNode{{}, {std::forward<Spelling>(spelling), std::forward<Value>(value)}},
+        : EntryNode{{},
+                    std::pair<std::string, std::string>(std::forward<Spelling>(spelling),
+                                                        std::forward<Value>(value))},
           words(name.words()),
           size(name.size()),
           hash(nameHash),
@@ -37,8 +40,9 @@ struct StoredEntry : detail::EntryNode {
     FoldedName::Words words;
     std::size_t size;  ///< Of the folded name.
     std::uint32_t hash;
-    std::uint32_t* hashPlace;         ///< Where its slab shows the hash while it is the first.
-    std::unique_ptr<char[]> rest;     ///< What stands before the words, folded; null where nothing does.
+    std::uint32_t* hashPlace;  ///< Where its slab shows the hash while it is the first.
+    std::unique_ptr<char[]>
+        rest;  ///< What stands before the words, folded; null where nothing does.
     StoredEntry* nextSame = nullptr;  ///< The entry that was added next with this name, or null.
     StoredEntry* lastSame = this;     ///< Of the first entry of a name: the last one.
 };

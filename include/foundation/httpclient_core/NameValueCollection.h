@@ -299,6 +299,8 @@ public:
     bool operator==(const NameValueCollection& other) const;
 
 private:
+    friend struct detail::EntryAccess;
+
     StoredEntry* lookUp(const FoldedName& name) const noexcept;
     detail::EntryStore& store();
     template <class Iterator>

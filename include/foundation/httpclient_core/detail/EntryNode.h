@@ -20,5 +20,6 @@ struct EntryNode : EntryLinks {
 };
 
 class EntryStore;
+struct EntryAccess;
 
 }  // namespace foundation::httpclient_core::detail
