@@ -12,12 +12,12 @@ namespace foundation::httpclient_core {
 
 NameValueCollection Cookie::parse(const std::string& text) {
     NameValueCollection cookies;
-    detail::EntryAccess::reserve(cookies, header_text::expectedElements(text, ';'));
+    EntryAccess::reserve(cookies, header_text::expectedElements(text, ';'));
     header_text::forEachElement(text, ";", [&cookies](std::string_view element) {
         const std::string_view trimmed = header_text::trim(element);
         if (!trimmed.empty()) {
             const auto [name, value] = header_text::splitParameter(trimmed, "=", false);
-            detail::EntryAccess::add(cookies, name, value);
+            EntryAccess::add(cookies, name, value);
         }
     });
     return cookies;

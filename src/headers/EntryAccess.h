@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <string_view>
 
-namespace foundation::httpclient_core::detail {
+namespace foundation::httpclient_core {
 
 /// What the parsers need of a collection beyond its public operations.
 struct EntryAccess {
@@ -15,4 +15,4 @@ struct EntryAccess {
     static void reserve(NameValueCollection& collection, std::size_t entries);
 };
 
-}  // namespace foundation::httpclient_core::detail
+}  // namespace foundation::httpclient_core

@@ -14,7 +14,7 @@
 #include <string>
 #include <utility>
 
-namespace foundation::httpclient_core::detail {
+namespace foundation::httpclient_core {
 namespace {
 
 constexpr std::size_t smallestSlab = 4;
@@ -30,7 +30,7 @@ constexpr std::size_t roundedUp(std::size_t size, std::size_t step) noexcept {
     return (size + step - 1) / step * step;
 }
 
-void unlink(EntryLinks& entry) noexcept {
+void unlink(EntryStore::Links& entry) noexcept {
     entry.previous->next = entry.next;
     entry.next->previous = entry.previous;
 }
@@ -144,11 +144,11 @@ void EntryStore::remove(StoredEntry& entry) noexcept {
     --size_;
 }
 
-void EntryStore::destroyEntries(EntryLinks& ring) noexcept {
-    for (EntryLinks* entry = ring.next; entry != &ring;) {
+void EntryStore::destroyEntries(Links& ring) noexcept {
+    for (Links* entry = ring.next; entry != &ring;) {
         std::destroy_at(static_cast<StoredEntry*>(std::exchange(entry, entry->next)));
     }
     ring.next = ring.previous = &ring;
 }
 
-}  // namespace foundation::httpclient_core::detail
+}  // namespace foundation::httpclient_core

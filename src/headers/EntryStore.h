@@ -4,7 +4,7 @@
 #include "headers/NameTable.h"
 #include "headers/StoredEntry.h"
 
-#include <foundation/httpclient_core/detail/EntryNode.h>
+#include <foundation/httpclient_core/NameValueCollection.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -12,7 +12,7 @@
 #include <new>
 #include <utility>
 
-namespace foundation::httpclient_core::detail {
+namespace foundation::httpclient_core {
 
 /// Where a collection keeps its entries and finds them. Entries lie in slabs and never move; a slab has the
 /// hashes of its entries side by side, so that a look-up in a small collection reads a few lines of memory
@@ -23,6 +23,7 @@ namespace foundation::httpclient_core::detail {
 /// passes to each operation.
 class EntryStore {
 public:
+    using Links = NameValueCollection::Links;
     struct Release {
         void operator()(EntryStore* store) const noexcept;
     };
@@ -41,11 +42,11 @@ public:
     /// Adds an entry at the end of the ring, its texts made of the arguments. `name` is the folded spelling.
     /// Throws std::length_error, std::bad_alloc or what making a text throws; the store is then unchanged.
     template <class Spelling, class Value>
-    void append(EntryLinks& ring, const FoldedName& name, Spelling&& spelling, Value&& value);
+    void append(Links& ring, const FoldedName& name, Spelling&& spelling, Value&& value);
     /// Removes every entry of this name. What the name was made of may belong to one of them.
     void erase(const FoldedName& name) noexcept;
     /// Ends the life of all entries, before that of the store; the ring is then empty.
-    static void destroyEntries(EntryLinks& ring) noexcept;
+    static void destroyEntries(Links& ring) noexcept;
 
 private:
     // Up to here a look-up reads all hashes; beyond it uses the table.
@@ -107,10 +108,7 @@ inline void EntryStore::giveBack(Place place) noexcept {
 }
 
 template <class Spelling, class Value>
-void EntryStore::append(EntryLinks& ring,
-                        const FoldedName& name,
-                        Spelling&& spelling,
-                        Value&& value) {
+void EntryStore::append(Links& ring, const FoldedName& name, Spelling&& spelling, Value&& value) {
     const std::uint32_t hash = name.hash();
     StoredEntry* first = sketch_.mayHave(name.mark()) ? findHash(name, hash) : nullptr;
     if (size_ >= largestScanned || (free_ == nullptr && last_->used == last_->capacity)) {
@@ -142,4 +140,4 @@ void EntryStore::append(EntryLinks& ring,
     ++size_;
 }
 
-}  // namespace foundation::httpclient_core::detail
+}  // namespace foundation::httpclient_core

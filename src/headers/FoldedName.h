@@ -24,8 +24,14 @@ public:
     [[gnu::always_inline]] explicit FoldedName(std::string_view name) noexcept
         : size_(name.size()) {
         std::uint64_t zeros = 0;
-        words_ = {word(name, 0, zeros), word(name, wordSize, zeros),
-                  word(name, 2 * wordSize, zeros), word(name, 3 * wordSize, zeros)};
+        words_[0] = word(name, 0, zeros);
+        if (size_ > wordSize) {
+            words_[1] = word(name, wordSize, zeros);
+            if (size_ > 2 * wordSize) {
+                words_[2] = word(name, 2 * wordSize, zeros);
+                words_[3] = word(name, 3 * wordSize, zeros);
+            }
+        }
         if (size_ > wordBytes) [[unlikely]] {
             rest_ = name.substr(0, size_ - wordBytes);
             zeros |= rest_.find('\0') != std::string_view::npos ? 1U : 0U;
@@ -140,7 +146,7 @@ private:
     // Of the process, chosen at the first use; 0 before it.
     static constinit std::atomic<std::uint64_t> secret_;
 
-    Words words_;
+    Words words_{};
     std::size_t size_;
     std::string_view rest_;  ///< What the words have no room for, not folded.
 };

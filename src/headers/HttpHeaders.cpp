@@ -33,7 +33,7 @@ HttpHeaders::HttpHeaders(std::initializer_list<value_type> entries)
 void HttpHeaders::addHeader(const std::string& line) {
     const header_text::Parameter field = header_text::splitParameter(line, ":", false);
     if (!field.name.empty()) {
-        detail::EntryAccess::add(*this, field.name, field.value);
+        EntryAccess::add(*this, field.name, field.value);
     }
 }
 
@@ -121,7 +121,7 @@ std::pair<std::string, NameValueCollection> header_text::splitParameters(
             result.first = element;
         } else {
             const auto [name, value] = splitParameter(element, "=", false);
-            detail::EntryAccess::add(result.second, name, value);
+            EntryAccess::add(result.second, name, value);
         }
     });
     return result;

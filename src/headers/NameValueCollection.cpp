@@ -22,8 +22,6 @@
 
 namespace foundation::httpclient_core {
 
-using detail::EntryStore;
-
 NameValueCollection::NameValueCollection() = default;
 
 NameValueCollection::NameValueCollection(std::initializer_list<value_type> entries) {
@@ -96,13 +94,13 @@ EntryStore& NameValueCollection::store() {
     return *store_;
 }
 
-void detail::EntryAccess::add(NameValueCollection& collection,
-                              std::string_view name,
-                              std::string_view value) {
+void EntryAccess::add(NameValueCollection& collection,
+                      std::string_view name,
+                      std::string_view value) {
     collection.store().append(collection.ring_, FoldedName(name), name, value);
 }
 
-void detail::EntryAccess::reserve(NameValueCollection& collection, std::size_t entries) {
+void EntryAccess::reserve(NameValueCollection& collection, std::size_t entries) {
     if (collection.store_ == nullptr && entries > 0) {
         collection.store_ = EntryStore::make(entries).release();
     }

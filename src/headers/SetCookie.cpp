@@ -42,7 +42,7 @@ SetCookie SetCookie::parse(const std::string& text) {
         }
         if (!firstPending) {
             const auto [name, value] = header_text::splitParameter(trimmed, "=", true);
-            detail::EntryAccess::add(cookie.attributes, name, value);
+            EntryAccess::add(cookie.attributes, name, value);
             return;
         }
         firstPending = false;

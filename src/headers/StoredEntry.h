@@ -1,7 +1,7 @@
 #pragma once
 #include "headers/FoldedName.h"
 
-#include <foundation/httpclient_core/detail/EntryNode.h>
+#include <foundation/httpclient_core/NameValueCollection.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -15,7 +15,7 @@ namespace foundation::httpclient_core {
 /// in which they were added; look-ups find the first one. Each keeps a folded copy of its name, since the
 /// name itself may be changed by the caller, and since a copy that is made at the first look-up makes
 /// look-ups half as slow again.
-struct StoredEntry : detail::EntryNode {
+struct StoredEntry : NameValueCollection::Node {
     /// Throws std::bad_alloc, or what making a text throws.
     template <class Spelling, class Value>
     StoredEntry(const FoldedName& name,
@@ -23,9 +23,9 @@ struct StoredEntry : detail::EntryNode {
                 std::uint32_t* placeOfHash,
                 Spelling&& spelling,
                 Value&& value)
-        : EntryNode{{},
-                    std::pair<std::string, std::string>(std::forward<Spelling>(spelling),
-                                                        std::forward<Value>(value))},
+        : Node{{},
+               std::pair<std::string, std::string>(std::forward<Spelling>(spelling),
+                                                   std::forward<Value>(value))},
           words(name.words()),
           size(name.size()),
           hash(nameHash),

@@ -1,6 +1,5 @@
 #pragma once
 #include <foundation/httpclient_core/Export.h>
-#include <foundation/httpclient_core/detail/EntryNode.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -15,7 +14,9 @@
 #include <vector>
 namespace foundation::httpclient_core {
 
+class EntryStore;
 class FoldedName;
+struct EntryAccess;
 struct StoredEntry;
 
 /// An ordered list of name and value pairs whose names are looked up without regard to ASCII case.
@@ -55,7 +56,9 @@ struct StoredEntry;
 /// @endcode
 class FOUNDATION_HTTPCLIENT_CORE_API NameValueCollection {
 public:
-    /// The order of names behind every look-up: less-than with the ASCII letters folded.
+    /// The rule by which look-ups tell names apart, as an order: less-than with the ASCII letters
+    /// folded. For callers who keep names in containers of their own; a collection looks names up
+    /// by a hash and keeps no comparator.
     ///
     /// Names are compared as unsigned bytes up to their first NUL, with `A` to `Z` taken as `a` to
     /// `z`. Bytes from 0x80 are compared as they are, and the locale of the program plays no part.
@@ -63,7 +66,7 @@ public:
     /// other.
     ///
     /// There are copy operations and, deliberately, no move operations: a comparator that was
-    /// "moved" from stays usable, and so does the collection that holds it.
+    /// "moved" from stays usable, and so does the container that holds it.
     ///
     /// @par Thread safety
     /// thread-compatible
@@ -100,13 +103,23 @@ public:
     using Encoder = std::function<std::string(std::string)>;
 
 private:
+    // A place in the ring of the entries. The ring goes through the collection itself, whose own links stand
+    // for the end.
+    struct Links {
+        Links* next;
+        Links* previous;
+    };
+    // A place with an entry.
+    struct Node : Links {
+        value_type entry;
+    };
+
     // The iterators are a class of the library's own and say nothing about how entries are kept.
     template <class Value>
     class EntryIterator {
-        using Links = std::
-            conditional_t<std::is_const_v<Value>, const detail::EntryLinks, detail::EntryLinks>;
-        using Node =
-            std::conditional_t<std::is_const_v<Value>, const detail::EntryNode, detail::EntryNode>;
+        static constexpr bool isConstant = std::is_const_v<Value>;
+        using Place = std::conditional_t<isConstant, const Links, Links>;
+        using Holder = std::conditional_t<isConstant, const Node, Node>;
 
     public:
         using iterator_category = std::bidirectional_iterator_tag;
@@ -124,7 +137,7 @@ private:
         EntryIterator(const EntryIterator<Other>& other) noexcept : place_(other.place_) {}
 
         /// Returns the entry, which must exist: not at end().
-        reference operator*() const noexcept { return static_cast<Node*>(place_)->entry; }
+        reference operator*() const noexcept { return static_cast<Holder*>(place_)->entry; }
         /// Gives access to `first`, the name, and `second`, the value. Not at end().
         pointer operator->() const noexcept { return std::addressof(**this); }
         /// Goes to the next entry, or from the last one to end(). Not at end().
@@ -159,8 +172,8 @@ private:
         friend class NameValueCollection;
         template <class>
         friend class EntryIterator;
-        explicit EntryIterator(Links* place) noexcept : place_(place) {}
-        Links* place_ = nullptr;
+        explicit EntryIterator(Place* place) noexcept : place_(place) {}
+        Place* place_ = nullptr;
     };
 
 public:
@@ -213,12 +226,14 @@ public:
     std::uint64_t size() const noexcept;
     /// Returns true if there is no entry.
     bool empty() const noexcept;
-    /// Returns true if an entry has this name. Constant; allocates nothing.
+    /// Returns true if an entry has this name. Constant on average; allocates
+    /// nothing.
     bool has(const std::string& name) const;
     /// Returns the position of the first entry of this name, or end() if there is none.
-    /// Constant; allocates nothing.
+    /// Constant on average; allocates nothing.
     const_iterator find(const std::string& name) const;
-    /// Returns a copy of the value of the first entry of this name. Constant.
+    /// Returns a copy of the value of the first entry of this name. Constant on
+    /// average.
     ///
     /// Test with has() or find() first where a missing name is no error: the failure is also
     /// written to the log.
@@ -256,7 +271,7 @@ public:
     ///
     /// Only that one entry changes: it keeps its place and the spelling of its name, and other
     /// entries of the name keep their values. Set `"ACCEPT"` to `"c"` in `{("Accept", "a"),
-    /// ("accept", "b")}` and there is `{("Accept", "c"), ("accept", "b")}`. Constant;
+    /// ("accept", "b")}` and there is `{("Accept", "c"), ("accept", "b")}`. Constant on average;
     /// invalidates no iterator.
     /// @throws std::length_error or std::bad_alloc as add(), and only when it appends; the
     /// collection is then unchanged.
@@ -299,17 +314,19 @@ public:
     bool operator==(const NameValueCollection& other) const;
 
 private:
-    friend struct detail::EntryAccess;
+    friend class EntryStore;
+    friend struct EntryAccess;
+    friend struct StoredEntry;
 
     StoredEntry* lookUp(const FoldedName& name) const noexcept;
-    detail::EntryStore& store();
+    EntryStore& store();
     template <class Iterator>
     void appendAll(Iterator first, Iterator last, std::size_t count);
     void clear() noexcept;
     void takeFrom(NameValueCollection& other) noexcept;
 
-    detail::EntryLinks ring_{&ring_, &ring_};  // Through the entries, in order.
-    detail::EntryStore* store_ = nullptr;      // None before the first entry.
+    Links ring_{&ring_, &ring_};   // Through the entries, in order.
+    EntryStore* store_ = nullptr;  // None before the first entry.
 };
 
 }  // namespace foundation::httpclient_core
