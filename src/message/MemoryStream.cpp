@@ -1,6 +1,7 @@
 #include "message/MemoryStream.h"
 
 #include "message/ChunkLayout.h"
+#include "message/LargePages.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -57,10 +58,11 @@ void MemoryBuffer::seekWrite(std::streamoff position) {
 void MemoryBuffer::addChunk() {
     const auto length = static_cast<std::size_t>(layout_.sizeOf(chunks_.size() + 1));
     if (chunks_.empty()) {
-        // The places of all chunks up to a body of more than 1 MiB at once.
+        // The places of all chunks of a body of up to 10 MiB at once.
         chunks_.reserve(8);
     }
     chunks_.push_back(std::make_unique_for_overwrite<char[]>(length));
+    preferLargePages(chunks_.back().get(), length);
 }
 
 MemoryBuffer::int_type MemoryBuffer::underflow() {

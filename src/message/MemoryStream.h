@@ -13,7 +13,7 @@ namespace foundation::httpclient_core {
 
 /// A text in memory that is read and written at two positions of its own, as that of a default-constructed
 /// std::stringbuf is, but kept in chunks that never move: a body that arrives piece by piece is copied
-/// once, into its place. Receiving 100 MB in pieces of 16 kB takes a quarter of the time that one growing
+/// once, into its place. Receiving 100 MB in pieces of 16 kB takes a sixth of the time that one growing
 /// string takes.
 ///
 /// Positions, seeking, putting back and failing are those of std::stringbuf, also where the standard leaves
@@ -21,10 +21,10 @@ namespace foundation::httpclient_core {
 /// be read (never 0 if there is something), and it is neither moved nor swapped.
 class MemoryBuffer final : public std::streambuf {
 public:
-    /// The layout of the default body: short ones need no memory beside the buffer itself, and the waste of
-    /// long ones ends at 1 MiB.
+    /// The layout of the default body: a short one needs no memory beside the buffer itself, and the last
+    /// chunk of a long one is mostly made of large pages, which the system supplies as they are used.
     static constexpr std::streamoff firstChunkSize = 512;
-    static constexpr std::streamoff longestChunkSize = 1 << 20;
+    static constexpr std::streamoff longestChunkSize = 16 << 20;
 
     MemoryBuffer();
     /// The first length of the layout must not be above firstChunkSize.

@@ -105,6 +105,15 @@ TEST(MemoryStreamAllocationTest, ReadingAndSeekingAllocateNothing) {
     EXPECT_EQ(read[10], 'y');
 }
 
+TEST(MemoryStreamAllocationTest, TakingTheWholeTextAllocatesItOnce) {
+    MemoryStream stream;
+    stream << std::string(100'000, 'x');
+    EXPECT_EQ(withFailureAt(never, [&] { EXPECT_EQ(support::readWhole(stream).size(), 100'000U); }),
+              1U);
+    EXPECT_EQ(withFailureAt(never, [&] { EXPECT_EQ(support::readRest(stream).size(), 100'000U); }),
+              1U);
+}
+
 TEST(MemoryStreamAllocationTest, FailureSetsBadbitAndKeepsWhatWasThere) {
     const std::string head(500, 'h');
     const std::string more(100'000, 'm');

@@ -64,7 +64,7 @@ using PreRespCodeAndHeadersCallback = std::function<void()>;
 /// The stream reads, writes, seeks and fails as a default-constructed std::stringstream does, but is
 /// none and has no str(). Its bytes lie in chunks that never move: receiving costs the same for each
 /// byte, however long the body gets, and a seek the same wherever it goes. A body of up to 512 bytes
-/// needs one allocation; the chunks of longer ones grow up to 1 MiB.
+/// needs one allocation; the chunks of longer ones grow up to 16 MiB.
 FOUNDATION_HTTPCLIENT_CORE_API ResponseStreamFactory defaultResponseStreamFactory();
 
 }  // namespace foundation::httpclient_core
