@@ -7,6 +7,7 @@
 #include <foundation/httpclient_core/HttpResponse.h>
 #include <foundation/httpclient_core/HttpResponseCode.h>
 #include <foundation/httpclient_core/RetryStrategy.h>
+#include <foundation/httpclient_core/URL.h>
 
 #include <exception>
 #include <utility>

@@ -28,7 +28,7 @@ public:
     constexpr std::streamoff startOf(std::size_t index) const {
         return index < growing_ ? growingStart(index)
                                 : growingStart(growing_) +
-                                      static_cast<std::streamoff>(index - growing_) * longest_;
+                                      (static_cast<std::streamoff>(index - growing_) * longest_);
     }
 
     /// The chunk that holds the byte at this position, which is not negative.
@@ -38,7 +38,7 @@ public:
             return growing_ + static_cast<std::size_t>(tail / longest_);
         }
         // Chunk i begins at (4^i - 1) / 3 first lengths: growingStart, solved for i.
-        const auto power = static_cast<std::uint64_t>(position / first_) * 3 + 1;
+        const auto power = (static_cast<std::uint64_t>(position / first_) * 3) + 1;
         return (std::bit_width(power) - 1) / 2;
     }
 

@@ -13,7 +13,6 @@ namespace foundation::httpclient_core {
 
 MemoryBuffer::MemoryBuffer() : MemoryBuffer(ChunkLayout(firstChunkSize, longestChunkSize)) {}
 
-// NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): bytes that nobody wrote are never read.
 MemoryBuffer::MemoryBuffer(const ChunkLayout& layout) : layout_(layout) {
     seekRead(0);
     seekWrite(0);
@@ -61,7 +60,7 @@ void MemoryBuffer::addChunk() {
         // The places of all chunks of a body of up to 10 MiB at once.
         chunks_.reserve(8);
     }
-    chunks_.push_back(std::make_unique_for_overwrite<char[]>(length));
+    chunks_.push_back(std::make_unique_for_overwrite<Bytes>(length));
     preferLargePages(chunks_.back().get(), length);
 }
 

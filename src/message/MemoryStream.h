@@ -39,6 +39,9 @@ protected:
     pos_type seekpos(pos_type position, std::ios::openmode which) override;
 
 private:
+    // NOLINTNEXTLINE(modernize-avoid-c-arrays): a container would write every byte once more, to clear it.
+    using Bytes = char[];
+
     char* chunk(std::size_t index);
     std::streamoff readPosition() const;
     std::streamoff writePosition() const;
@@ -55,7 +58,7 @@ private:
     std::size_t writeChunk_ = 0;
     // The size of the text, except for what was written to the put area since it was last noted.
     std::streamoff notedSize_ = 0;
-    std::vector<std::unique_ptr<char[]>> chunks_;  // All but the first.
+    std::vector<std::unique_ptr<Bytes>> chunks_;   // All but the first.
     std::array<char, firstChunkSize> firstChunk_;  // Not initialised.
 };
 
