@@ -13,7 +13,6 @@
 
 #include <exception>
 #include <future>
-#include <memory>
 #include <mutex>
 #include <utility>
 
@@ -23,13 +22,15 @@ namespace {
 // Ends a request in the future of the caller. When it is destroyed uncalled, so is the promise, and the
 // future reports a broken promise.
 struct PromiseCompletionHandler {
-    std::shared_ptr<std::promise<HttpResponse>> promise;
+    std::promise<HttpResponse> promise;
 
-    void operator()(HttpRequest /*request*/, HttpResponse response, std::exception_ptr error) {
+    void operator()(HttpRequest&& /*request*/,
+                    HttpResponse&& response,
+                    std::exception_ptr&& error) {
         if (error != nullptr) {
-            promise->set_exception(std::move(error));
+            promise.set_exception(std::move(error));
         } else {
-            promise->set_value(std::move(response));
+            promise.set_value(std::move(response));
         }
     }
 };
@@ -48,7 +49,8 @@ HttpResponse HttpClient::makeRequest(HttpRequest request) {
     HttpResponse response(request);
     std::exception_ptr error;
     const ClientConfiguration effective = effectiveConfiguration(request);
-    const RetryStrategy retry = effective.retryStrategy();
+    // That of the copy, so one object for all attempts.
+    const RetryStrategy& retry = effective.retryStrategy_;
     int total = 0;
     int consecutive = 0;
     bool freshRequestMade = false;
@@ -84,8 +86,8 @@ HttpResponse HttpClient::makeRequest(HttpRequest request) {
 
 std::pair<std::future<HttpResponse>, unsigned long> HttpClient::makeAsyncRequest(
     HttpRequest request) {
-    auto promise = std::make_shared<std::promise<HttpResponse>>();
-    std::future<HttpResponse> future = promise->get_future();
+    std::promise<HttpResponse> promise;
+    std::future<HttpResponse> future = promise.get_future();
     const unsigned long requestId = makeAsyncRequest(
         std::move(request), CompletionHandler(PromiseCompletionHandler{std::move(promise)}));
     return {std::move(future), requestId};
@@ -97,13 +99,11 @@ unsigned long HttpClient::makeAsyncRequest(HttpRequest request, CompletionHandle
     HttpResponse response(request);
     const unsigned long requestId = nextRequestId_++;
     ClientConfiguration effective = effectiveConfiguration(request);
-    auto userHandler = std::make_shared<CompletionHandler>(std::move(handler));
     // Deliberate: before the first attempt only; the synchronous road does it before each. A retry
     // strategy of an asynchronous request may set a content type of its own.
     removeMultipartContentType(request);
-    CompletionHandler retrying =
-        retryCompletionHandler(std::move(userHandler), requestId, 0, 0, std::move(effective),
-                               std::move(initialURL), false);
+    CompletionHandler retrying = retryCompletionHandler(
+        std::move(handler), requestId, 0, 0, std::move(effective), std::move(initialURL), false);
     sendAsyncRequest(std::move(request), std::move(response), requestId, std::move(retrying));
     return requestId;
 }

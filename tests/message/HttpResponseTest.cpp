@@ -1,3 +1,4 @@
+#include "message/MemoryStream.h"
 #include "support/Streams.h"
 #include "tests/message/TestStreams.h"
 #include "tests/support/GroupingLocale.h"
@@ -117,7 +118,7 @@ TEST(HttpResponseTest, StartsAsNotMade) {
     EXPECT_EQ(response.getTransactionReport().redirectCount(), 0);
     EXPECT_EQ(response.getTransactionReport().effectiveURL(), URL(""));
     EXPECT_FALSE(isSuccess(response));
-    EXPECT_NE(dynamic_cast<std::stringstream*>(&response.getResponseBody()), nullptr);
+    EXPECT_NE(dynamic_cast<MemoryStream*>(&response.getResponseBody()), nullptr);
 }
 
 TEST(HttpResponseTest, OfARequestStartsAsNotMadeToo) {

@@ -1,3 +1,4 @@
+#include "message/MemoryStream.h"
 #include "tests/support/LogCapture.h"
 
 #include <foundation/httpclient_core/ResponseStreamFactory.h>
@@ -10,11 +11,11 @@
 namespace foundation::httpclient_core {
 namespace {
 
-TEST(ResponseStreamFactoryTest, DefaultMakesAnEmptyStringStreamToReadAndWrite) {
+TEST(ResponseStreamFactoryTest, DefaultMakesAnEmptyMemoryStreamToReadAndWrite) {
     testing::LogCapture log;
     const ResponseStreamFactory factory = defaultResponseStreamFactory();
     const auto stream = factory(HttpResponseCode::OK, "OK", HttpHeaders());
-    ASSERT_NE(dynamic_cast<std::stringstream*>(stream.get()), nullptr);
+    ASSERT_NE(dynamic_cast<MemoryStream*>(stream.get()), nullptr);
     EXPECT_EQ(stream->tellp(), std::streampos(0));
     EXPECT_EQ(stream->tellg(), std::streampos(0));
     *stream << "text";

@@ -85,6 +85,36 @@ TEST(StreamsTest, ReadRestReadsTextsOfEverySizeAroundABlock) {
     }
 }
 
+// A buffer that announces nothing, or the wrong amount, of what it can give.
+class AnnouncingBuffer : public std::streambuf {
+public:
+    AnnouncingBuffer(std::string text, std::streamsize announced)
+        : text_(std::move(text)), announced_(announced) {}
+
+protected:
+    int_type underflow() override {
+        if (gptr() != nullptr) {
+            return traits_type::eof();
+        }
+        setg(text_.data(), text_.data(), text_.data() + text_.size());
+        return text_.empty() ? traits_type::eof() : traits_type::to_int_type(*gptr());
+    }
+    std::streamsize showmanyc() override { return announced_; }
+
+private:
+    std::string text_;
+    std::streamsize announced_;
+};
+
+TEST(StreamsTest, ReadRestTakesEverythingWhateverTheBufferAnnounces) {
+    const std::string text(10'000, 'x');
+    for (const std::streamsize announced : {-1, 0, 1, 5'000, 10'000, 20'000}) {
+        AnnouncingBuffer buffer(text, announced);
+        std::istream stream(&buffer);
+        EXPECT_EQ(readRest(stream), text) << announced;
+    }
+}
+
 TEST(StreamsTest, ReadingLeavesTheStateSoThatTheNextWriteCounts) {
     std::stringstream stream;
     write(stream, "first");

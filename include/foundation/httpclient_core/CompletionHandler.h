@@ -70,7 +70,8 @@ public:
     void operator()(HttpRequest request, HttpResponse response, std::exception_ptr error);
 
 private:
-    std::packaged_task<void(HttpRequest, HttpResponse, std::exception_ptr)> task_;
+    // By reference: the callable's own parameters are made straight from the arguments of the call.
+    std::packaged_task<void(HttpRequest&&, HttpResponse&&, std::exception_ptr&&)> task_;
 };
 
 }  // namespace foundation::httpclient_core

@@ -322,12 +322,12 @@ private:
     void handleProxyAuthenticationRequired(HttpRequest& request,
                                            HttpResponse& response,
                                            std::exception_ptr& error) const;
-    CompletionHandler retryCompletionHandler(std::shared_ptr<CompletionHandler> userHandler,
+    CompletionHandler retryCompletionHandler(CompletionHandler&& userHandler,
                                              unsigned long requestId,
                                              int total,
                                              int consecutive,
-                                             ClientConfiguration effective,
-                                             URL initialURL,
+                                             ClientConfiguration&& effective,
+                                             URL&& initialURL,
                                              bool freshRequestMade) const;
 
     mutable std::mutex configurationMutex_;

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <string>
 namespace foundation::httpclient_core {
+class HttpResponse;
 
 /// What requests and responses have in common: the headers, with typed access to those that the
 /// library interprets.
@@ -119,6 +120,8 @@ public:
     void setTransferEncoding(std::string transferEncoding);
 
 private:
+    friend class HttpResponse;  // hands its headers to the stream factory without a copy
+
     HttpHeaders headers_;
 };
 

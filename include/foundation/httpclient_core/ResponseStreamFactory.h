@@ -12,11 +12,11 @@ namespace foundation::httpclient_core {
 
 /// Makes the stream that the body of a response is written to and read from.
 ///
-/// The response calls it when its body is first asked for, with a copy of the reason and of the
-/// headers, and again when the body must start over. It runs on the thread that asks, under the
-/// mutex of the response's body: it must not touch that response. It may throw; the response then
-/// keeps the body it had. A null result is an error (std::logic_error "Response stream factory
-/// returned no stream.").
+/// The response calls it when its body is first asked for, with a copy of the reason and with its
+/// headers, which are valid during the call, and again when the body must start over. It runs on the
+/// thread that asks, under the mutex of the response's body: it must not touch that response. It may
+/// throw; the response then keeps the body it had. A null result is an error (std::logic_error
+/// "Response stream factory returned no stream.").
 ///
 /// Where the write position of the stream is at that moment, the body begins, and that decides how
 /// a retry takes back a half-written body:
@@ -59,7 +59,12 @@ using ResponseStreamFactory =
 using PreRespCodeAndHeadersCallback = std::function<void()>;
 
 /// Returns the factory of every request that was given no other: it ignores its arguments and makes
-/// an empty string stream that is read and written from position 0.
+/// an empty stream in memory that is read and written from position 0.
+///
+/// The stream reads, writes, seeks and fails as a default-constructed std::stringstream does, but is
+/// none and has no str(). Its bytes lie in chunks that never move: receiving costs the same for each
+/// byte, however long the body gets, and a seek the same wherever it goes. A body of up to 512 bytes
+/// needs one allocation; the chunks of longer ones grow up to 16 MiB.
 FOUNDATION_HTTPCLIENT_CORE_API ResponseStreamFactory defaultResponseStreamFactory();
 
 }  // namespace foundation::httpclient_core
