@@ -8,13 +8,10 @@
 namespace foundation::httpclient_core {
 namespace {
 
-// Takes the part of `text` that is worth handling in blocks off it and returns it.
+// Takes the part of `text` that can be handled in blocks off it and returns it.
 std::string_view cutBlocks(std::string_view& text) noexcept {
-    constexpr std::size_t shortestText = 64;
-    std::size_t size = 0;
-    if (text.size() >= shortestText && percent_blocks::available()) {
-        size = text.size() - (text.size() % percent_blocks::size);
-    }
+    const std::size_t size =
+        percent_blocks::available() ? text.size() - (text.size() % percent_blocks::size) : 0;
     const std::string_view blocks = text.substr(0, size);
     text.remove_prefix(size);
     return blocks;
@@ -28,7 +25,9 @@ std::size_t countEscaped(const PercentAlphabet& alphabet, std::string_view text)
            countEscapedByTable(alphabet, text);
 }
 
-char* percentEncode(const PercentAlphabet& alphabet, std::string_view text, char* out) noexcept {
+char* percentEncodeLong(const PercentAlphabet& alphabet,
+                        std::string_view text,
+                        char* out) noexcept {
     const std::string_view blocks = cutBlocks(text);
     if (!blocks.empty()) {
         out = percent_blocks::encode(alphabet, blocks, out);
