@@ -1,37 +1,38 @@
-#include "benchmarks/reference/ReferenceURL.h"
+#include "benchmarks/Subjects.h"
+#include "benchmarks/sides/BoostURL.h"
+#include "benchmarks/sides/CurlURL.h"
+#include "benchmarks/sides/HttplibHeaders.h"
+#include "benchmarks/sides/Library.h"
+#include "benchmarks/sides/PlainModel.h"
 #include "benchmarks/support/Measure.h"
-#include "benchmarks/support/Samples.h"
+#include "benchmarks/workloads/TextWorkloads.h"
+#include "benchmarks/workloads/URLWorkloads.h"
 
-#include <foundation/httpclient_core/URL.h>
-
-#include <string>
+#include <cstddef>
 
 namespace foundation::httpclient_core::benchmarks {
-namespace {
 
-template <class Url>
-void split(benchmark::State& state) {
-    const std::string text = samples::url(static_cast<std::size_t>(state.range(0)));
-    measure(state, [&text] { return Url(text); });
+void addURLs(Benchmarks& benchmarks) {
+    percentWorkloads<LibraryTexts>(benchmarks.of("library"));
+    percentWorkloads<BoostTexts>(benchmarks.of("Boost.URL"));
+    percentWorkloads<CurlTexts>(benchmarks.of("libcurl"));
+    percentWorkloads<HttplibTexts>(benchmarks.of("cpp-httplib"));
+    percentWorkloads<ModelTexts>(benchmarks.of("plain model"));
+
+    urlWorkloads<LibraryURL>(benchmarks.of("library"));
+    urlWorkloads<BoostURL>(benchmarks.of("Boost.URL"));
+    urlWorkloads<CurlURL>(benchmarks.of("libcurl"));
+    urlWorkloads<ModelURL>(benchmarks.of("plain model"));
+
+    queryWorkloads<LibraryQuery>(benchmarks.of("library"));
+    queryWorkloads<BoostQuery>(benchmarks.of("Boost.URL"));
+    queryWorkloads<HttplibQuery>(benchmarks.of("cpp-httplib"));
+    queryWorkloads<ModelQuery>(benchmarks.of("plain model"));
+    for (const std::size_t count : {1U, 3U, 10U, 30U, 100U, 300U, 1000U, 3000U, 10000U}) {
+        growingQueryWorkloads<LibraryQuery>(count, benchmarks.growing("library", count));
+        growingQueryWorkloads<BoostQuery>(count, benchmarks.growing("Boost.URL", count));
+        growingQueryWorkloads<ModelQuery>(count, benchmarks.growing("plain model", count));
+    }
 }
 
-template <class Url>
-void splitAndPrint(benchmark::State& state) {
-    const std::string text = samples::url(static_cast<std::size_t>(state.range(0)));
-    measure(state, [&text] { return Url(text).toAsciiString(); });
-}
-
-using Library = URL;
-using Reference = ReferenceURL;
-
-BENCHMARK(split<Library>)->Name("URL.split/library")->Arg(19)->Arg(85)->Arg(480);
-BENCHMARK(split<Reference>)->Name("URL.split/reference")->Arg(19)->Arg(85)->Arg(480);
-BENCHMARK(splitAndPrint<Library>)->Name("URL.split and print/library")->Arg(19)->Arg(85)->Arg(480);
-BENCHMARK(splitAndPrint<Reference>)
-    ->Name("URL.split and print/reference")
-    ->Arg(19)
-    ->Arg(85)
-    ->Arg(480);
-
-}  // namespace
 }  // namespace foundation::httpclient_core::benchmarks
