@@ -1,7 +1,7 @@
 #include "headers/EntryStore.h"
 
 #include "headers/CapacityCheck.h"
-#include "headers/HashScan.h"
+#include "headers/TagScan.h"
 
 #include <algorithm>
 #include <bit>
@@ -21,7 +21,7 @@ constexpr std::size_t smallestSlab = 4;
 constexpr std::size_t largestSlab = 256;
 constexpr std::size_t slabGrowth = 4;
 
-constexpr std::size_t hashAlignment = 16;
+constexpr std::size_t tagAlignment = 16;
 constexpr std::size_t maxBytes = std::numeric_limits<std::ptrdiff_t>::max();
 constexpr std::size_t maxEntries = maxBytes / (2 * sizeof(StoredEntry));
 constexpr std::size_t maxNames = maxBytes / (4 * sizeof(StoredEntry*));
@@ -37,18 +37,18 @@ void unlink(EntryStore::Links& entry) noexcept {
 
 }  // namespace
 
-// One block of memory: what stands at its head, the hashes, the places. The places are left raw.
+// One block of memory: what stands at its head, the tags, the places. The places are left raw.
 EntryStore::Block EntryStore::allocate(std::size_t headSize, std::size_t capacity) {
-    static_assert(alignof(StoredEntry) <= hashAlignment);
-    static_assert(__STDCPP_DEFAULT_NEW_ALIGNMENT__ >= hashAlignment);
-    const std::size_t hashes = roundedUp(headSize, hashAlignment);
-    const std::size_t hashBytes = roundedUp(capacity * sizeof(std::uint32_t), hashAlignment);
-    const std::size_t places = hashes + hashBytes;
+    static_assert(alignof(StoredEntry) <= tagAlignment);
+    static_assert(__STDCPP_DEFAULT_NEW_ALIGNMENT__ >= tagAlignment);
+    const std::size_t tags = roundedUp(headSize, tagAlignment);
+    const std::size_t tagBytes = roundedUp(capacity * sizeof(std::uint32_t), tagAlignment);
+    const std::size_t places = tags + tagBytes;
     auto* memory =
         static_cast<std::byte*>(::operator new(places + (capacity * sizeof(StoredEntry))));
-    std::memset(memory + hashes, 0, hashBytes);
+    std::memset(memory + tags, 0, tagBytes);
     Slab slab;
-    slab.hashes = reinterpret_cast<std::uint32_t*>(memory + hashes);
+    slab.tags = reinterpret_cast<std::uint32_t*>(memory + tags);
     slab.places = reinterpret_cast<StoredEntry*>(memory + places);
     slab.capacity = capacity;
     return {memory, slab};
@@ -73,13 +73,13 @@ EntryStore::~EntryStore() {
     }
 }
 
-StoredEntry* EntryStore::findHash(const FoldedName& name, std::uint32_t hash) const noexcept {
+StoredEntry* EntryStore::findTag(const FoldedName& name, std::uint32_t tag) const noexcept {
     if (table_.isInUse()) {
-        return table_.find(name, hash);
+        return table_.find(name);
     }
     for (const Slab* slab = &first_; slab != nullptr; slab = slab->next) {
         for (std::size_t i = 0; i < slab->used; i += 4) {
-            unsigned int equal = equalAmongFour(slab->hashes + i, hash);
+            unsigned int equal = equalAmongFour(slab->tags + i, tag);
             for (; equal != 0; equal &= equal - 1) {
                 StoredEntry& entry =
                     slab->places[i + static_cast<std::size_t>(std::countr_zero(equal))];
@@ -114,19 +114,19 @@ void EntryStore::reserveInTable() {
     }
     for (const Slab* slab = &first_; slab != nullptr; slab = slab->next) {
         for (std::size_t i = 0; i < slab->used; ++i) {
-            if (slab->hashes[i] != 0) {
+            if (slab->tags[i] != 0) {
                 table_.insert(slab->places[i]);
             }
         }
     }
 }
 
-void EntryStore::erase(const FoldedName& name) noexcept {
+void EntryStore::erase(const SoughtName& name) noexcept {
     StoredEntry* entry = find(name);
     if (entry == nullptr) {
         return;
     }
-    *entry->hashPlace = 0;
+    *entry->tagPlace = 0;
     if (table_.isInUse()) {
         table_.erase(*entry);
     }
@@ -138,9 +138,9 @@ void EntryStore::erase(const FoldedName& name) noexcept {
 
 void EntryStore::remove(StoredEntry& entry) noexcept {
     unlink(entry);
-    std::uint32_t* hash = entry.hashPlace;
+    std::uint32_t* tag = entry.tagPlace;
     std::destroy_at(&entry);
-    giveBack({&entry, hash});
+    giveBack({&entry, tag});
     --size_;
 }
 

@@ -4,26 +4,23 @@
 
 namespace foundation::httpclient_core {
 
-/// Remembers the marks of names. Says of most names that were never added that they were not, before they
-/// are hashed: look-ups of absent names take half the time.
+/// Remembers the tags of names. Says of most names that were never added that they were not, before they are
+/// folded: look-ups of absent names take half the time.
 class NameSketch {
 public:
-    bool mayHave(std::uint32_t mark) const noexcept {
-        return (wordOf(mark) >> (mark % wordBits) & 1U) != 0;
+    bool mayHave(std::uint32_t tag) const noexcept {
+        return (words_[wordOf(tag)] & bitOf(tag)) != 0;
     }
-    void add(std::uint32_t mark) noexcept {
-        words_[mark / wordBits % wordCount] |= std::uint64_t{1} << (mark % wordBits);
-    }
+    void add(std::uint32_t tag) noexcept { words_[wordOf(tag)] |= bitOf(tag); }
 
 private:
-    static constexpr std::uint32_t wordBits = 64;
-    static constexpr std::uint32_t wordCount = 8;
-
-    std::uint64_t wordOf(std::uint32_t mark) const noexcept {
-        return words_[mark / wordBits % wordCount];
+    // The top bits of a product depend on all bits below them.
+    static std::uint32_t wordOf(std::uint32_t tag) noexcept { return tag >> 29U; }
+    static std::uint64_t bitOf(std::uint32_t tag) noexcept {
+        return std::uint64_t{1} << (tag >> 23U & 63U);
     }
 
-    std::array<std::uint64_t, wordCount> words_{};
+    std::array<std::uint64_t, 8> words_{};
 };
 
 }  // namespace foundation::httpclient_core

@@ -19,12 +19,13 @@ void NameTable::reserve(std::size_t names) {
     mask_ = wanted - 1;
     for (std::size_t slot = 0; slot < formerSize; ++slot) {
         if (former[slot] != nullptr) {
-            insert(*former[slot]);
+            place(*former[slot]);
         }
     }
 }
 
-StoredEntry* NameTable::find(const FoldedName& name, std::uint32_t hash) const noexcept {
+StoredEntry* NameTable::find(const FoldedName& name) const noexcept {
+    const std::uint64_t hash = name.hash();
     std::size_t slot = hash & mask_;
     while (slots_[slot] != nullptr &&
            !(slots_[slot]->hash == hash && slots_[slot]->isNamed(name))) {
@@ -34,6 +35,11 @@ StoredEntry* NameTable::find(const FoldedName& name, std::uint32_t hash) const n
 }
 
 void NameTable::insert(StoredEntry& entry) noexcept {
+    entry.hash = entry.makeHash();
+    place(entry);
+}
+
+void NameTable::place(StoredEntry& entry) noexcept {
     std::size_t slot = home(entry);
     while (slots_[slot] != nullptr) {
         slot = next(slot);

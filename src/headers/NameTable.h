@@ -2,7 +2,6 @@
 #include "headers/StoredEntry.h"
 
 #include <cstddef>
-#include <cstdint>
 #include <memory>
 
 namespace foundation::httpclient_core {
@@ -15,14 +14,15 @@ public:
     bool isInUse() const noexcept { return slots_ != nullptr; }
     /// Makes room for so many names. Throws std::bad_alloc and is then unchanged.
     void reserve(std::size_t names);
-    /// The entry of this name, whose hash is given, or null.
-    StoredEntry* find(const FoldedName& name, std::uint32_t hash) const noexcept;
+    /// The entry of this name, or null.
+    StoredEntry* find(const FoldedName& name) const noexcept;
     /// Adds the first entry of a name that is not in the table. There must be room for it.
     void insert(StoredEntry& entry) noexcept;
     /// Takes out an entry that is in the table.
     void erase(const StoredEntry& entry) noexcept;
 
 private:
+    void place(StoredEntry& entry) noexcept;
     std::size_t next(std::size_t slot) const noexcept { return (slot + 1) & mask_; }
     std::size_t home(const StoredEntry& entry) const noexcept { return entry.hash & mask_; }
 

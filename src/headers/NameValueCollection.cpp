@@ -79,7 +79,7 @@ void NameValueCollection::appendAll(Iterator first, Iterator last, std::size_t c
     store_ = EntryStore::make(count).release();
     try {
         for (; first != last; ++first) {
-            store_->append(ring_, FoldedName(first->first), first->first, first->second);
+            store_->append(ring_, SoughtName(first->first), first->first, first->second);
         }
     } catch (...) {
         clear();
@@ -97,7 +97,7 @@ EntryStore& NameValueCollection::store() {
 void EntryAccess::add(NameValueCollection& collection,
                       std::string_view name,
                       std::string_view value) {
-    collection.store().append(collection.ring_, FoldedName(name), name, value);
+    collection.store().append(collection.ring_, SoughtName(name), name, value);
 }
 
 void EntryAccess::reserve(NameValueCollection& collection, std::size_t entries) {
@@ -107,12 +107,12 @@ void EntryAccess::reserve(NameValueCollection& collection, std::size_t entries) 
 }
 
 // The first entry of the name, or null.
-StoredEntry* NameValueCollection::lookUp(const FoldedName& name) const noexcept {
+StoredEntry* NameValueCollection::lookUp(const SoughtName& name) const noexcept {
     return store_ != nullptr ? store_->find(name) : nullptr;
 }
 
 void NameValueCollection::add(std::string name, std::string value) {
-    const FoldedName folded(name);
+    const SoughtName folded(name);
     store().append(ring_, folded, std::move(name), std::move(value));
 }
 
@@ -121,7 +121,7 @@ void NameValueCollection::add(value_type entry) {
 }
 
 void NameValueCollection::set(const std::string& name, std::string value) {
-    const FoldedName folded(name);
+    const SoughtName folded(name);
     if (StoredEntry* first = lookUp(folded)) {
         first->entry.second = std::move(value);
     } else {
@@ -131,12 +131,12 @@ void NameValueCollection::set(const std::string& name, std::string value) {
 
 void NameValueCollection::erase(const std::string& name) {
     if (store_ != nullptr) {
-        store_->erase(FoldedName(name));
+        store_->erase(SoughtName(name));
     }
 }
 
 std::string NameValueCollection::get(const std::string& name) const {
-    const StoredEntry* first = lookUp(FoldedName(name));
+    const StoredEntry* first = lookUp(SoughtName(name));
     if (first == nullptr) {
         diagnostics::throwLogged<std::out_of_range>(SEVERITY_ERROR, name + " not found.");
     }
@@ -144,7 +144,7 @@ std::string NameValueCollection::get(const std::string& name) const {
 }
 
 std::vector<std::string> NameValueCollection::getAll(const std::string& name) const {
-    const StoredEntry* first = lookUp(FoldedName(name));
+    const StoredEntry* first = lookUp(SoughtName(name));
     std::size_t count = 0;
     for (const StoredEntry* entry = first; entry != nullptr; entry = entry->nextSame) {
         ++count;
@@ -158,11 +158,11 @@ std::vector<std::string> NameValueCollection::getAll(const std::string& name) co
 }
 
 bool NameValueCollection::has(const std::string& name) const {
-    return lookUp(FoldedName(name)) != nullptr;
+    return lookUp(SoughtName(name)) != nullptr;
 }
 
 NameValueCollection::const_iterator NameValueCollection::find(const std::string& name) const {
-    const StoredEntry* first = lookUp(FoldedName(name));
+    const StoredEntry* first = lookUp(SoughtName(name));
     return first != nullptr ? const_iterator(first) : end();
 }
 

@@ -19,8 +19,7 @@ struct StoredEntry : NameValueCollection::Node {
     /// Throws std::bad_alloc, or what making a text throws.
     template <class Spelling, class Value>
     StoredEntry(const FoldedName& name,
-                std::uint32_t nameHash,
-                std::uint32_t* placeOfHash,
+                std::uint32_t* placeOfTag,
                 Spelling&& spelling,
                 Value&& value)
         : Node{{},
@@ -28,21 +27,22 @@ struct StoredEntry : NameValueCollection::Node {
                                                    std::forward<Value>(value))},
           words(name.words()),
           size(name.size()),
-          hash(nameHash),
-          hashPlace(placeOfHash),
+          tagPlace(placeOfTag),
           rest(name.copyRest()) {}
 
     bool isNamed(const FoldedName& name) const noexcept {
         return size == name.size() && name.hasWords(words) &&
-               (size <= FoldedName::wordBytes || name.hasRest(rest.get()));
+               (size <= nameWordBytes || name.hasRest(rest.get()));
+    }
+    std::uint64_t makeHash() const noexcept {
+        return nameHash(words, {rest.get(), rest != nullptr ? size - nameWordBytes : 0});
     }
 
-    FoldedName::Words words;
-    std::size_t size;  ///< Of the folded name.
-    std::uint32_t hash;
-    std::uint32_t* hashPlace;  ///< Where its slab shows the hash while it is the first.
-    std::unique_ptr<char[]>
-        rest;  ///< What stands before the words, folded; null where nothing does.
+    NameWords words;
+    std::size_t size;                 ///< Of the folded name.
+    std::uint32_t* tagPlace;          ///< Where its slab shows the tag while it is the first.
+    std::unique_ptr<char[]> rest;     ///< What stands before the words, folded, or null.
+    std::uint64_t hash = 0;           ///< Set by the table that it is in.
     StoredEntry* nextSame = nullptr;  ///< The entry that was added next with this name, or null.
     StoredEntry* lastSame = this;     ///< Of the first entry of a name: the last one.
 };

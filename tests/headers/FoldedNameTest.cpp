@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
+#include <cstdint>
+#include <memory>
 #include <set>
 #include <string>
 #include <vector>
@@ -14,11 +16,21 @@ namespace {
 
 using testing::RandomRun;
 
+FoldedName folded(const std::string& name) {
+    return FoldedName(SoughtName(name));
+}
+
 // As a stored name is compared with a sought one.
 bool isSame(const FoldedName& a, const FoldedName& b) {
     const std::unique_ptr<char[]> rest = a.copyRest();
     return a.size() == b.size() && b.hasWords(a.words()) &&
-           (a.size() <= FoldedName::wordBytes || b.hasRest(rest.get()));
+           (a.size() <= nameWordBytes || b.hasRest(rest.get()));
+}
+
+// The hash of the copy that an entry keeps.
+std::uint64_t storedHash(const FoldedName& name) {
+    const std::unique_ptr<char[]> rest = name.copyRest();
+    return nameHash(name.words(), {rest.get(), rest != nullptr ? name.size() - nameWordBytes : 0});
 }
 
 bool isSameByTheModel(const std::string& a, const std::string& b) {
@@ -33,7 +45,7 @@ TEST(FoldedNameTest, FoldsTheAsciiLettersAndNoOtherByte) {
             for (const std::size_t before : {0U, 6U, 7U, 30U, 31U, 32U}) {
                 const std::string a = std::string(before, 'x') + static_cast<char>(byte);
                 const std::string b = std::string(before, 'X') + static_cast<char>(other);
-                ASSERT_EQ(isSame(FoldedName(a), FoldedName(b)), isSameByTheModel(a, b))
+                ASSERT_EQ(isSame(folded(a), folded(b)), isSameByTheModel(a, b))
                     << byte << " and " << other << " after " << before;
             }
         }
@@ -45,9 +57,9 @@ TEST(FoldedNameTest, EndsAtTheFirstNul) {
         const std::string name(length, 'n');
         for (const std::size_t tail : {0U, 1U, 7U, 40U}) {
             const std::string cut = name + '\0' + std::string(tail, 't');
-            EXPECT_TRUE(isSame(FoldedName(name), FoldedName(cut))) << length << " and " << tail;
-            EXPECT_EQ(FoldedName(cut).size(), length);
-            EXPECT_EQ(FoldedName(cut).hash(), FoldedName(name).hash());
+            EXPECT_TRUE(isSame(folded(name), folded(cut))) << length << " and " << tail;
+            EXPECT_EQ(folded(cut).size(), length);
+            EXPECT_EQ(folded(cut).hash(), folded(name).hash());
         }
     }
 }
@@ -58,11 +70,10 @@ TEST(FoldedNameTest, TellsEveryByteOfALongNameApart) {
         for (std::size_t place = 0; place < length; ++place) {
             std::string other = name;
             other[place] = 'm';
-            ASSERT_FALSE(isSame(FoldedName(name), FoldedName(other))) << place << " of " << length;
-            ASSERT_NE(FoldedName(name).hash(), FoldedName(other).hash())
-                << place << " of " << length;
+            ASSERT_FALSE(isSame(folded(name), folded(other))) << place << " of " << length;
+            ASSERT_NE(folded(name).hash(), folded(other).hash()) << place << " of " << length;
         }
-        ASSERT_FALSE(isSame(FoldedName(name), FoldedName(name + 'n'))) << length;
+        ASSERT_FALSE(isSame(folded(name), folded(name + 'n'))) << length;
     }
 }
 
@@ -84,29 +95,33 @@ TEST(FoldedNameTest, RandomNamesCompareAsTheModelSays) {
         }
         const bool expected = isSameByTheModel(a, b);
         same += expected ? 1 : 0;
-        ASSERT_EQ(isSame(FoldedName(a), FoldedName(b)), expected) << a << " and " << b;
+        ASSERT_EQ(isSame(folded(a), folded(b)), expected) << a << " and " << b;
         if (expected) {
-            ASSERT_EQ(FoldedName(a).hash(), FoldedName(b).hash());
-            ASSERT_EQ(FoldedName(a).mark(), FoldedName(b).mark());
+            ASSERT_EQ(folded(a).hash(), folded(b).hash());
+            ASSERT_EQ(folded(a).hash(), storedHash(folded(b)));
+            ASSERT_EQ(SoughtName(a).tag(), SoughtName(b).tag());
         }
     }
     EXPECT_GT(same, random.operations() / 10);
 }
 
 // A hash that throws names together would be correct and slow.
-TEST(FoldedNameTest, HashesAndMarksSpread) {
+TEST(FoldedNameTest, HashesAndTagsSpread) {
     constexpr std::size_t count = 4096;
-    std::set<std::uint32_t> hashes;
-    std::vector<std::size_t> buckets(512);
+    std::set<std::uint64_t> hashes;
+    std::set<std::uint32_t> tags;
+    std::vector<std::size_t> sketch(512);
     for (std::size_t number = 0; number < count; ++number) {
-        const FoldedName name("X-Field-" + std::to_string(number));
-        hashes.insert(name.hash());
-        EXPECT_NE(name.hash(), 0U);
-        ++buckets[name.mark() % buckets.size()];
+        const std::string text = "X-Field-" + std::to_string(number);
+        const SoughtName name(text);
+        hashes.insert(FoldedName(name).hash());
+        tags.insert(name.tag());
+        ++sketch[name.tag() >> 23U];
+        EXPECT_NE(name.tag(), 0U);
     }
-    // One pair among 4096 of 2^32 is to be expected in one run of 500.
-    EXPECT_GE(hashes.size(), count - 2);
-    for (const std::size_t size : buckets) {
+    EXPECT_EQ(hashes.size(), count);
+    EXPECT_GT(tags.size(), count - count / 100);
+    for (const std::size_t size : sketch) {
         EXPECT_LT(size, 40U);
     }
 }

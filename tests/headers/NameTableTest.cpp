@@ -16,8 +16,7 @@ using testing::RandomRun;
 constexpr std::size_t slots = 16;
 
 std::unique_ptr<StoredEntry> entryNamed(const std::string& name) {
-    const FoldedName folded(name);
-    return std::make_unique<StoredEntry>(folded, folded.hash(), nullptr, name, "");
+    return std::make_unique<StoredEntry>(FoldedName(SoughtName(name)), nullptr, name, "");
 }
 
 // Names that all want one of the last two of 16 slots, so that they push each other around the end.
@@ -25,7 +24,7 @@ std::vector<std::string> crowdedNames(std::size_t count) {
     std::vector<std::string> names;
     for (int number = 0; names.size() < count; ++number) {
         std::string name = "n" + std::to_string(number);
-        if (FoldedName(name).hash() % slots >= slots - 2) {
+        if (FoldedName(SoughtName(name)).hash() % slots >= slots - 2) {
             names.push_back(std::move(name));
         }
     }
@@ -33,8 +32,7 @@ std::vector<std::string> crowdedNames(std::size_t count) {
 }
 
 StoredEntry* find(const NameTable& table, const std::string& name) {
-    const FoldedName folded(name);
-    return table.find(folded, folded.hash());
+    return table.find(FoldedName(SoughtName(name)));
 }
 
 TEST(NameTableTest, IsNotInUseBeforeRoomIsMade) {

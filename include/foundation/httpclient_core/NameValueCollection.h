@@ -15,7 +15,7 @@
 namespace foundation::httpclient_core {
 
 class EntryStore;
-class FoldedName;
+class SoughtName;
 struct EntryAccess;
 struct StoredEntry;
 
@@ -318,7 +318,7 @@ private:
     friend struct EntryAccess;
     friend struct StoredEntry;
 
-    StoredEntry* lookUp(const FoldedName& name) const noexcept;
+    StoredEntry* lookUp(const SoughtName& name) const noexcept;
     EntryStore& store();
     template <class Iterator>
     void appendAll(Iterator first, Iterator last, std::size_t count);
