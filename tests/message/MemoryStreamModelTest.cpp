@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <ios>
+#include <iostream>
 #include <istream>
 #include <iterator>
 #include <memory>
@@ -259,7 +260,7 @@ private:
 
 TEST(MemoryStreamModelTest, RandomOperationsGiveTheResultsOfAStringStream) {
     RandomRun random(1'000'000);
-    SCOPED_TRACE(::testing::Message() << random);
+    std::cout << random << "\n";
     ModelRun run(random);
     for (std::uint64_t operation = 0; operation < random.operations(); ++operation) {
         ASSERT_TRUE(run.step()) << "operation " << operation;
