@@ -1,6 +1,8 @@
 #pragma once
 #include <foundation/httpclient_core/NameValueCollection.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -8,15 +10,34 @@
 /// The grammar of header values over views, so that a text is cut without being copied first.
 namespace foundation::httpclient_core::header_text {
 
+constexpr bool isWhitespace(char character) noexcept {
+    return character == ' ' || character == '\n' || character == '\r' || character == '\t';
+}
+
 /// `text` without the spaces, line feeds, carriage returns and tabs at both ends. No other character
 /// counts as white space.
-inline std::string_view trim(std::string_view text) noexcept {
-    constexpr std::string_view whitespace = " \n\r\t";
-    const std::size_t first = text.find_first_not_of(whitespace);
-    if (first == std::string_view::npos) {
-        return {};
+constexpr std::string_view trim(std::string_view text) noexcept {
+    while (!text.empty() && isWhitespace(text.front())) {
+        text.remove_prefix(1);
     }
-    return text.substr(first, text.find_last_not_of(whitespace) - first + 1);
+    while (!text.empty() && isWhitespace(text.back())) {
+        text.remove_suffix(1);
+    }
+    return text;
+}
+
+/// Where one of the separators is first; npos if none is. A single one, the usual case, is found many
+/// bytes at a time.
+inline std::size_t findSeparator(std::string_view text, std::string_view separators) noexcept {
+    return separators.size() == 1 ? text.find(separators.front()) : text.find_first_of(separators);
+}
+
+/// How many elements to make room for before a text is split. Bounded, so that a text of separators only
+/// does not ask for much memory.
+inline std::size_t expectedElements(std::string_view text, char separator) noexcept {
+    constexpr std::ptrdiff_t most = 31;
+    return static_cast<std::size_t>(
+        std::min(std::count(text.begin(), text.end(), separator), most) + 1);
 }
 
 /// Calls `visit` with every element of `text`, untrimmed, also with empty ones: an empty text has one
@@ -24,7 +45,7 @@ inline std::string_view trim(std::string_view text) noexcept {
 template <class Visit>
 void forEachElement(std::string_view text, std::string_view separators, const Visit& visit) {
     for (;;) {
-        const std::size_t cut = text.find_first_of(separators);
+        const std::size_t cut = findSeparator(text, separators);
         visit(text.substr(0, cut));
         if (cut == std::string_view::npos) {
             return;
@@ -33,10 +54,16 @@ void forEachElement(std::string_view text, std::string_view separators, const Vi
     }
 }
 
+/// A name and a value within a text.
+struct Parameter {
+    std::string_view name;
+    std::string_view value;
+};
+
 /// Splits one parameter; the behaviour of HttpHeaders::splitParameter.
-std::pair<std::string, std::string> splitParameter(std::string_view text,
-                                                   std::string_view delimiter,
-                                                   bool allowMissingDelimiter);
+Parameter splitParameter(std::string_view text,
+                         std::string_view delimiter,
+                         bool allowMissingDelimiter);
 
 /// Splits a value with parameters; the behaviour of HttpHeaders::splitParameters.
 std::pair<std::string, NameValueCollection> splitParameters(std::string_view text,

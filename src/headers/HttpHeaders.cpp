@@ -1,6 +1,7 @@
 #include <foundation/httpclient_core/HttpHeaders.h>
 
 #include "diagnostics/Log.h"
+#include "headers/EntryAccess.h"
 #include "headers/HeaderText.h"
 
 #include <foundation/httpclient_core/LoggingChannels.h>
@@ -30,9 +31,9 @@ HttpHeaders::HttpHeaders(std::initializer_list<value_type> entries)
     : NameValueCollection(entries) {}
 
 void HttpHeaders::addHeader(const std::string& line) {
-    std::pair<std::string, std::string> field = header_text::splitParameter(line, ":", false);
-    if (!field.first.empty()) {
-        add(std::move(field));
+    const header_text::Parameter field = header_text::splitParameter(line, ":", false);
+    if (!field.name.empty()) {
+        EntryAccess::add(*this, field.name, field.value);
     }
 }
 
@@ -77,7 +78,8 @@ void HttpHeaders::splitElements(const std::string& text,
 std::pair<std::string, std::string> HttpHeaders::splitParameter(const std::string& text,
                                                                 const std::string& delimiter,
                                                                 bool allowMissingDelimiter) {
-    return header_text::splitParameter(text, delimiter, allowMissingDelimiter);
+    const auto [name, value] = header_text::splitParameter(text, delimiter, allowMissingDelimiter);
+    return {std::string(name), std::string(value)};
 }
 
 std::pair<std::string, NameValueCollection> HttpHeaders::splitParameters(
@@ -86,17 +88,18 @@ std::pair<std::string, NameValueCollection> HttpHeaders::splitParameters(
     return header_text::splitParameters(text, separators);
 }
 
-std::pair<std::string, std::string> header_text::splitParameter(std::string_view text,
-                                                                std::string_view delimiter,
-                                                                bool allowMissingDelimiter) {
+header_text::Parameter header_text::splitParameter(std::string_view text,
+                                                   std::string_view delimiter,
+                                                   bool allowMissingDelimiter) {
     const std::string_view trimmed = trim(text);
     if (trimmed.empty()) {
         return {};
     }
-    const std::size_t cut = trimmed.find(delimiter);
+    const std::size_t cut =
+        delimiter.size() == 1 ? trimmed.find(delimiter.front()) : trimmed.find(delimiter);
     if (cut == std::string_view::npos) {
         if (allowMissingDelimiter) {
-            return {std::string(trimmed), std::string()};
+            return {trimmed, {}};
         }
         std::string message = "Missing delimiter <";
         message.append(delimiter).append("> when parsing : <").append(text).append(">");
@@ -106,7 +109,7 @@ std::pair<std::string, std::string> header_text::splitParameter(std::string_view
     // is. Delimiters are single characters; callers rely on the rest of a longer one staying visible.
     const std::string_view value =
         cut + 1 < trimmed.size() ? trimmed.substr(cut + 1) : std::string_view();
-    return {std::string(trim(trimmed.substr(0, cut))), std::string(trim(value))};
+    return {trim(trimmed.substr(0, cut)), trim(value)};
 }
 
 std::pair<std::string, NameValueCollection> header_text::splitParameters(
@@ -117,7 +120,8 @@ std::pair<std::string, NameValueCollection> header_text::splitParameters(
         if (result.first.empty()) {
             result.first = element;
         } else {
-            result.second.add(splitParameter(element, "=", false));
+            const auto [name, value] = splitParameter(element, "=", false);
+            EntryAccess::add(result.second, name, value);
         }
     });
     return result;

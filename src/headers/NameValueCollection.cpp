@@ -1,17 +1,22 @@
 #include <foundation/httpclient_core/NameValueCollection.h>
 
 #include "diagnostics/Log.h"
-#include "headers/CapacityCheck.h"
+#include "headers/EntryAccess.h"
+#include "headers/EntryStore.h"
+#include "headers/FoldedName.h"
+#include "headers/IdentityEncoder.h"
+#include "headers/StoredEntry.h"
 
 #include <foundation/httpclient_core/LoggingChannels.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
-#include <iterator>
 #include <ostream>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -19,157 +24,158 @@ namespace foundation::httpclient_core {
 
 NameValueCollection::NameValueCollection() = default;
 
-NameValueCollection::NameValueCollection(std::initializer_list<value_type> entries)
-    : entries_(entries) {
-    init();
+NameValueCollection::NameValueCollection(std::initializer_list<value_type> entries) {
+    appendAll(entries.begin(), entries.end(), entries.size());
 }
 
-NameValueCollection::NameValueCollection(const NameValueCollection& other)
-    : entries_(other.entries_) {
-    init();
+NameValueCollection::NameValueCollection(const NameValueCollection& other) {
+    appendAll(other.begin(), other.end(), other.size());
 }
 
-// The comparator has no move operations: it is copied, and `other` stays usable with its own.
-NameValueCollection::NameValueCollection(NameValueCollection&& other) noexcept = default;
+NameValueCollection::NameValueCollection(NameValueCollection&& other) noexcept {
+    takeFrom(other);
+}
 
 NameValueCollection& NameValueCollection::operator=(const NameValueCollection& other) {
-    if (this == &other) {
-        return *this;
-    }
-    // First, since it refers to the entries that go.
-    index_.clear();
-    try {
-        entries_ = other.entries_;
-        init();
-    } catch (...) {
-        // Some entries are old and some are new by then; empty is the one state a caller can count on.
-        index_.clear();
-        entries_.clear();
-        throw;
+    if (this != &other) {
+        clear();
+        appendAll(other.begin(), other.end(), other.size());
     }
     return *this;
 }
 
 NameValueCollection& NameValueCollection::operator=(NameValueCollection&& other) noexcept {
-    // The standard containers empty themselves when moved onto themselves.
     if (this != &other) {
-        entries_ = std::move(other.entries_);
-        index_ = std::move(other.index_);
-        other.entries_.clear();
-        other.index_.clear();
+        clear();
+        takeFrom(other);
     }
     return *this;
 }
 
-NameValueCollection::~NameValueCollection() = default;
+NameValueCollection::~NameValueCollection() {
+    clear();
+}
 
-void NameValueCollection::init() {
-    for (auto position = entries_.begin(); position != entries_.end(); ++position) {
-        index_.emplace(position->first, position);
+void NameValueCollection::clear() noexcept {
+    EntryStore::destroyEntries(ring_);
+    EntryStore::Release()(std::exchange(store_, nullptr));
+}
+
+// Entries stay where they are; the ends of their ring are tied to this collection, which is empty.
+void NameValueCollection::takeFrom(NameValueCollection& other) noexcept {
+    store_ = std::exchange(other.store_, nullptr);
+    if (other.ring_.next != &other.ring_) {
+        ring_ = std::exchange(other.ring_, {&other.ring_, &other.ring_});
+        ring_.next->previous = &ring_;
+        ring_.previous->next = &ring_;
     }
 }
 
-void NameValueCollection::add(std::string name, std::string value) {
-    add(value_type(std::move(name), std::move(value)));
-}
-
-void NameValueCollection::add(value_type entry) {
-    requireRoomForOneMore(entries_.size(), entries_.max_size(), "list too long");
-    requireRoomForOneMore(index_.size(), index_.max_size(), "map/set too long");
-    entries_.push_back(std::move(entry));
+template <class Iterator>
+void NameValueCollection::appendAll(Iterator first, Iterator last, std::size_t count) {
+    if (count == 0) {
+        return;
+    }
+    store_ = EntryStore::make(count).release();
     try {
-        index_.emplace(entries_.back().first, std::prev(entries_.end()));
+        for (; first != last; ++first) {
+            store_->append(ring_, FoldedName(first->first), first->first, first->second);
+        }
     } catch (...) {
-        // An entry outside the index could be neither found nor erased.
-        entries_.pop_back();
+        clear();
         throw;
     }
 }
 
+EntryStore& NameValueCollection::store() {
+    if (store_ == nullptr) {
+        store_ = EntryStore::make(0).release();
+    }
+    return *store_;
+}
+
+void EntryAccess::add(NameValueCollection& collection,
+                      std::string_view name,
+                      std::string_view value) {
+    collection.store().append(collection.ring_, FoldedName(name), name, value);
+}
+
+void EntryAccess::reserve(NameValueCollection& collection, std::size_t entries) {
+    if (collection.store_ == nullptr && entries > 0) {
+        collection.store_ = EntryStore::make(entries).release();
+    }
+}
+
+// The first entry of the name, or null.
+StoredEntry* NameValueCollection::lookUp(const FoldedName& name) const noexcept {
+    return store_ != nullptr ? store_->find(name) : nullptr;
+}
+
+void NameValueCollection::add(std::string name, std::string value) {
+    const FoldedName folded(name);
+    store().append(ring_, folded, std::move(name), std::move(value));
+}
+
+void NameValueCollection::add(value_type entry) {
+    add(std::move(entry.first), std::move(entry.second));
+}
+
 void NameValueCollection::set(const std::string& name, std::string value) {
-    const auto [first, last] = index_.equal_range(name);
-    if (first != last) {
-        first->second->second = std::move(value);
+    const FoldedName folded(name);
+    if (StoredEntry* first = lookUp(folded)) {
+        first->entry.second = std::move(value);
     } else {
-        add(name, std::move(value));
+        store().append(ring_, folded, name, std::move(value));
     }
 }
 
 void NameValueCollection::erase(const std::string& name) {
-    const auto [first, last] = index_.equal_range(name);
-    // Kept until the end: `name` may be the stored name of one of the entries.
-    EntryList erased;
-    for (auto position = first; position != last; ++position) {
-        erased.splice(erased.end(), entries_, position->second);
+    if (store_ != nullptr) {
+        store_->erase(FoldedName(name));
     }
-    index_.erase(first, last);
 }
 
 std::string NameValueCollection::get(const std::string& name) const {
-    const const_iterator position = find(name);
-    if (position == end()) {
+    const StoredEntry* first = lookUp(FoldedName(name));
+    if (first == nullptr) {
         diagnostics::throwLogged<std::out_of_range>(SEVERITY_ERROR, name + " not found.");
     }
-    return position->second;
+    return first->entry.second;
 }
 
 std::vector<std::string> NameValueCollection::getAll(const std::string& name) const {
-    const auto [first, last] = index_.equal_range(name);
+    const StoredEntry* first = lookUp(FoldedName(name));
+    std::size_t count = 0;
+    for (const StoredEntry* entry = first; entry != nullptr; entry = entry->nextSame) {
+        ++count;
+    }
     std::vector<std::string> values;
-    values.reserve(static_cast<std::size_t>(std::distance(first, last)));
-    for (auto position = first; position != last; ++position) {
-        values.push_back(position->second->second);
+    values.reserve(count);
+    for (const StoredEntry* entry = first; entry != nullptr; entry = entry->nextSame) {
+        values.push_back(entry->entry.second);
     }
     return values;
 }
 
 bool NameValueCollection::has(const std::string& name) const {
-    const auto bound = index_.lower_bound(name);
-    return bound != index_.end() && !index_.key_comp()(name, bound->first);
+    return lookUp(FoldedName(name)) != nullptr;
 }
 
 NameValueCollection::const_iterator NameValueCollection::find(const std::string& name) const {
-    const auto bound = index_.lower_bound(name);
-    if (bound == index_.end() || index_.key_comp()(name, bound->first)) {
-        return end();
-    }
-    return const_iterator(bound->second);
+    const StoredEntry* first = lookUp(FoldedName(name));
+    return first != nullptr ? const_iterator(first) : end();
 }
 
 std::uint64_t NameValueCollection::size() const noexcept {
-    return entries_.size();
+    return store_ != nullptr ? store_->size() : 0;
 }
 
 bool NameValueCollection::empty() const noexcept {
-    return entries_.empty();
-}
-
-NameValueCollection::iterator NameValueCollection::begin() noexcept {
-    return iterator(entries_.begin());
-}
-
-NameValueCollection::iterator NameValueCollection::end() noexcept {
-    return iterator(entries_.end());
-}
-
-NameValueCollection::const_iterator NameValueCollection::begin() const noexcept {
-    return const_iterator(entries_.begin());
-}
-
-NameValueCollection::const_iterator NameValueCollection::end() const noexcept {
-    return const_iterator(entries_.end());
-}
-
-NameValueCollection::const_iterator NameValueCollection::cbegin() const noexcept {
-    return begin();
-}
-
-NameValueCollection::const_iterator NameValueCollection::cend() const noexcept {
-    return end();
+    return size() == 0;
 }
 
 bool NameValueCollection::operator==(const NameValueCollection& other) const {
-    return entries_ == other.entries_;
+    return size() == other.size() && std::equal(begin(), end(), other.begin());
 }
 
 namespace {
@@ -196,13 +202,31 @@ void print(const Entries& entries,
     }
 }
 
+/// Does the same for the encoder that changes nothing, without a copy of each text.
+template <class Put>
+void printAsStored(const NameValueCollection& entries,
+                   const std::string& entrySeparator,
+                   const std::string& keyValueSeparator,
+                   const Put& put) {
+    bool first = true;
+    for (const auto& [name, value] : entries) {
+        if (!first) {
+            put(entrySeparator);
+        }
+        first = false;
+        put(name);
+        put(keyValueSeparator);
+        put(value);
+    }
+}
+
 }  // namespace
 
 std::ostream& NameValueCollection::toStream(std::ostream& os,
                                             const std::string& entrySeparator,
                                             const std::string& keyValueSeparator,
                                             const Encoder& encoder) const {
-    print(entries_, entrySeparator, keyValueSeparator, encoder,
+    print(*this, entrySeparator, keyValueSeparator, encoder,
           [&os](const std::string& text) { os << text; });
     return os;
 }
@@ -212,13 +236,17 @@ std::string NameValueCollection::toString(const std::string& entrySeparator,
                                           const Encoder& encoder) const {
     // What the entries need as they are stored; an encoder that lengthens them lets the text grow.
     std::size_t size = 0;
-    for (const auto& [name, value] : entries_) {
+    for (const auto& [name, value] : *this) {
         size += entrySeparator.size() + name.size() + keyValueSeparator.size() + value.size();
     }
     std::string result;
     result.reserve(size);
-    print(entries_, entrySeparator, keyValueSeparator, encoder,
-          [&result](const std::string& text) { result += text; });
+    const auto put = [&result](const std::string& text) { result += text; };
+    if (isIdentityEncoder(encoder)) {
+        printAsStored(*this, entrySeparator, keyValueSeparator, put);
+    } else {
+        print(*this, entrySeparator, keyValueSeparator, encoder, put);
+    }
     return result;
 }
 

@@ -1,5 +1,6 @@
 #include <foundation/httpclient_core/SetCookie.h>
 
+#include "headers/EntryAccess.h"
 #include "headers/HeaderText.h"
 
 #include <foundation/httpclient_core/HttpHeaders.h>
@@ -10,7 +11,6 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
-#include <tuple>
 #include <vector>
 
 namespace foundation::httpclient_core {
@@ -41,12 +41,15 @@ SetCookie SetCookie::parse(const std::string& text) {
             return;
         }
         if (!firstPending) {
-            cookie.attributes.add(header_text::splitParameter(trimmed, "=", true));
+            const auto [name, value] = header_text::splitParameter(trimmed, "=", true);
+            EntryAccess::add(cookie.attributes, name, value);
             return;
         }
         firstPending = false;
         try {
-            std::tie(cookie.name, cookie.value) = header_text::splitParameter(trimmed, "=", false);
+            const auto [name, value] = header_text::splitParameter(trimmed, "=", false);
+            cookie.name = name;
+            cookie.value = value;
         } catch (const std::runtime_error&) {
             throwMalformed(text);
         }

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <iostream>
 #include <iterator>
 #include <stdexcept>
 #include <string>
@@ -41,6 +42,19 @@ const std::vector<std::string>& names() {
                                               "\xE9",
                                               "a-name-too-long-for-the-string-itself",
                                               "A-Name-Too-Long-For-The-String-Itself"};
+    return all;
+}
+
+// Enough names to make collections large, of all lengths around the sizes that matter inside.
+const std::vector<std::string>& manyNames() {
+    static const std::vector<std::string> all = [] {
+        std::vector<std::string> names;
+        for (std::size_t number = 0; number < 400; ++number) {
+            names.push_back(std::string(number % 45, number % 2 == 0 ? 'n' : 'N') +
+                            std::to_string(number / 2));
+        }
+        return names;
+    }();
     return all;
 }
 
@@ -99,7 +113,8 @@ struct Watch {
 
 class ModelRun {
 public:
-    explicit ModelRun(RandomRun& random) : random_(random) {}
+    ModelRun(RandomRun& random, const std::vector<std::string>& names)
+        : random_(random), names_(names) {}
 
     // Carries out one operation on both sides and returns what it was.
     const char* step() {
@@ -108,7 +123,7 @@ public:
         touched_.assign({target, source});
         Pair& to = pairs_[target];
         Pair& from = pairs_[source];
-        const std::string& name = random_.oneOf(names());
+        const std::string& name = random_.oneOf(names_);
         const std::string value = std::to_string(random_.below(1000));
         const std::size_t dice = random_.below(100);
         if (dice < 30) {
@@ -213,7 +228,7 @@ public:
             }
         }
         const std::size_t looked = random_.oneOf(touched_);
-        if (auto result = pairs_[looked].answersAlike(random_.oneOf(names())); !result) {
+        if (auto result = pairs_[looked].answersAlike(random_.oneOf(names_)); !result) {
             return result;
         }
         if (!watches_.empty()) {
@@ -230,7 +245,7 @@ public:
             if (auto result = pair.hasSameEntries(); !result) {
                 return result;
             }
-            for (const std::string& name : names()) {
+            for (const std::string& name : names_) {
                 if (auto result = pair.answersAlike(name); !result) {
                     return result;
                 }
@@ -267,27 +282,38 @@ private:
     }
 
     RandomRun& random_;
+    const std::vector<std::string>& names_;
     std::array<Pair, 3> pairs_;
     std::vector<std::size_t> touched_ = {0};
     std::vector<Watch> watches_;
 };
 
-TEST(NameValueCollectionModelTest, RandomOperationsGiveTheResultsOfTheModel) {
-    RandomRun random(100000);
+void runAgainstTheModel(RandomRun& random, const std::vector<std::string>& names) {
     SCOPED_TRACE(::testing::Message() << random);
+    std::cout << random << '\n';
     // Failing look-ups write records; nothing of them is to reach the terminal.
     testing::LogCapture log;
-    ModelRun run(random);
+    ModelRun run(random, names);
     for (std::uint64_t operation = 0; operation < random.operations(); ++operation) {
         const char* const what = run.step();
         ASSERT_TRUE(run.check()) << "operation " << operation << ": " << what;
-        if (operation % 256 == 0) {
+        if (operation % 4096 == 0) {
             ASSERT_TRUE(run.checkEverything()) << "operation " << operation << ": " << what;
             log.clear();
         }
         ASSERT_FALSE(::testing::Test::HasFailure()) << "operation " << operation << ": " << what;
     }
     ASSERT_TRUE(run.checkEverything());
+}
+
+TEST(NameValueCollectionModelTest, RandomOperationsGiveTheResultsOfTheModel) {
+    RandomRun random(1000000);
+    runAgainstTheModel(random, names());
+}
+
+TEST(NameValueCollectionModelTest, RandomOperationsOnManyNamesGiveTheResultsOfTheModel) {
+    RandomRun random(50000);
+    runAgainstTheModel(random, manyNames());
 }
 
 // Both sides are given the same wrong look-up rule only if they share it, so the model is held to the

@@ -7,14 +7,17 @@
 #include <initializer_list>
 #include <iosfwd>
 #include <iterator>
-#include <list>
-#include <map>
 #include <memory>
 #include <string>
 #include <type_traits>
 #include <utility>
 #include <vector>
 namespace foundation::httpclient_core {
+
+class EntryStore;
+class FoldedName;
+struct EntryAccess;
+struct StoredEntry;
 
 /// An ordered list of name and value pairs whose names are looked up without regard to ASCII case.
 ///
@@ -53,7 +56,9 @@ namespace foundation::httpclient_core {
 /// @endcode
 class FOUNDATION_HTTPCLIENT_CORE_API NameValueCollection {
 public:
-    /// The order of names behind every look-up: less-than with the ASCII letters folded.
+    /// The rule by which look-ups tell names apart, as an order: less-than with the ASCII letters
+    /// folded. For callers who keep names in containers of their own; a collection looks names up
+    /// by a hash and keeps no comparator.
     ///
     /// Names are compared as unsigned bytes up to their first NUL, with `A` to `Z` taken as `a` to
     /// `z`. Bytes from 0x80 are compared as they are, and the locale of the program plays no part.
@@ -61,7 +66,7 @@ public:
     /// other.
     ///
     /// There are copy operations and, deliberately, no move operations: a comparator that was
-    /// "moved" from stays usable, and so does the collection that holds it.
+    /// "moved" from stays usable, and so does the container that holds it.
     ///
     /// @par Thread safety
     /// thread-compatible
@@ -98,14 +103,23 @@ public:
     using Encoder = std::function<std::string(std::string)>;
 
 private:
-    using EntryList = std::list<value_type>;
+    // A place in the ring of the entries. The ring goes through the collection itself, whose own links stand
+    // for the end.
+    struct Links {
+        Links* next;
+        Links* previous;
+    };
+    // A place with an entry.
+    struct Node : Links {
+        value_type entry;
+    };
 
-    // The iterators are a class of the library's own and not those of the container inside, so that
-    // the container can be replaced without a change for callers.
+    // The iterators are a class of the library's own and say nothing about how entries are kept.
     template <class Value>
     class EntryIterator {
-        using Position = std::
-            conditional_t<std::is_const_v<Value>, EntryList::const_iterator, EntryList::iterator>;
+        static constexpr bool isConstant = std::is_const_v<Value>;
+        using Place = std::conditional_t<isConstant, const Links, Links>;
+        using Holder = std::conditional_t<isConstant, const Node, Node>;
 
     public:
         using iterator_category = std::bidirectional_iterator_tag;
@@ -120,46 +134,46 @@ private:
         /// Converts a mutable iterator into a constant one; never the other way round.
         template <class Other>
             requires(std::is_const_v<Value> && std::is_same_v<Other, value_type>)
-        EntryIterator(const EntryIterator<Other>& other) noexcept : position_(other.position_) {}
+        EntryIterator(const EntryIterator<Other>& other) noexcept : place_(other.place_) {}
 
         /// Returns the entry, which must exist: not at end().
-        reference operator*() const noexcept { return *position_; }
+        reference operator*() const noexcept { return static_cast<Holder*>(place_)->entry; }
         /// Gives access to `first`, the name, and `second`, the value. Not at end().
-        pointer operator->() const noexcept { return std::addressof(*position_); }
+        pointer operator->() const noexcept { return std::addressof(**this); }
         /// Goes to the next entry, or from the last one to end(). Not at end().
         EntryIterator& operator++() noexcept {
-            ++position_;
+            place_ = place_->next;
             return *this;
         }
         /// Goes to the next entry and returns the iterator as it was before. Not at end().
         EntryIterator operator++(int) noexcept {
             EntryIterator before = *this;
-            ++position_;
+            place_ = place_->next;
             return before;
         }
         /// Goes to the entry before, or from end() to the last one. Not at begin().
         EntryIterator& operator--() noexcept {
-            --position_;
+            place_ = place_->previous;
             return *this;
         }
         /// Goes to the entry before and returns the iterator as it was. Not at begin().
         EntryIterator operator--(int) noexcept {
             EntryIterator before = *this;
-            --position_;
+            place_ = place_->previous;
             return before;
         }
         /// Returns true if both are at the same entry, or both at the end, of one collection. A
         /// mutable iterator compares with a constant one. Meaningless between two collections.
         friend bool operator==(const EntryIterator& a, const EntryIterator& b) noexcept {
-            return a.position_ == b.position_;
+            return a.place_ == b.place_;
         }
 
     private:
         friend class NameValueCollection;
         template <class>
         friend class EntryIterator;
-        explicit EntryIterator(Position position) noexcept : position_(position) {}
-        Position position_{};
+        explicit EntryIterator(Place* place) noexcept : place_(place) {}
+        Place* place_ = nullptr;
     };
 
 public:
@@ -181,8 +195,7 @@ public:
     /// other.
     using const_iterator = EntryIterator<const value_type>;
 
-    /// Makes an empty collection.
-    /// @throws std::bad_alloc if there is no memory for its comparator.
+    /// Makes an empty collection; allocates nothing.
     NameValueCollection();
     /// Makes a collection of the pairs in the order given, duplicates included: `{{"a", "1"}, {"A",
     /// "2"}}` has two entries.
@@ -213,12 +226,14 @@ public:
     std::uint64_t size() const noexcept;
     /// Returns true if there is no entry.
     bool empty() const noexcept;
-    /// Returns true if an entry has this name. Logarithmic; allocates nothing.
+    /// Returns true if an entry has this name. Constant on average; allocates
+    /// nothing.
     bool has(const std::string& name) const;
     /// Returns the position of the first entry of this name, or end() if there is none.
-    /// Logarithmic; allocates nothing.
+    /// Constant on average; allocates nothing.
     const_iterator find(const std::string& name) const;
-    /// Returns a copy of the value of the first entry of this name. Logarithmic.
+    /// Returns a copy of the value of the first entry of this name. Constant on
+    /// average.
     ///
     /// Test with has() or find() first where a missing name is no error: the failure is also
     /// written to the log.
@@ -227,23 +242,23 @@ public:
     /// channel at severity 512.
     std::string get(const std::string& name) const;
     /// Returns copies of the values of all entries of this name in the order in which they were
-    /// added; none if there is none. Logarithmic, and linear in the matches.
+    /// added; none if there is none. Linear in the matches.
     /// @throws std::bad_alloc if there is no memory; never for a missing name.
     std::vector<std::string> getAll(const std::string& name) const;
     /// Returns the position of the first entry, or end() if the collection is empty.
     /// @{
-    iterator begin() noexcept;
-    const_iterator begin() const noexcept;
-    const_iterator cbegin() const noexcept;
+    iterator begin() noexcept { return iterator(ring_.next); }
+    const_iterator begin() const noexcept { return const_iterator(ring_.next); }
+    const_iterator cbegin() const noexcept { return begin(); }
     /// @}
     /// Returns the position after the last entry.
     /// @{
-    iterator end() noexcept;
-    const_iterator end() const noexcept;
-    const_iterator cend() const noexcept;
+    iterator end() noexcept { return iterator(&ring_); }
+    const_iterator end() const noexcept { return const_iterator(&ring_); }
+    const_iterator cend() const noexcept { return end(); }
     /// @}
 
-    /// Appends an entry, also where the name is there already. Logarithmic; invalidates no
+    /// Appends an entry, also where the name is there already. Amortised constant; invalidates no
     /// iterator.
     /// @throws std::length_error "list too long" or "map/set too long" if the collection holds as
     /// many entries as it can; std::bad_alloc if there is no memory. The collection is then
@@ -256,14 +271,14 @@ public:
     ///
     /// Only that one entry changes: it keeps its place and the spelling of its name, and other
     /// entries of the name keep their values. Set `"ACCEPT"` to `"c"` in `{("Accept", "a"),
-    /// ("accept", "b")}` and there is `{("Accept", "c"), ("accept", "b")}`. Logarithmic;
+    /// ("accept", "b")}` and there is `{("Accept", "c"), ("accept", "b")}`. Constant on average;
     /// invalidates no iterator.
     /// @throws std::length_error or std::bad_alloc as add(), and only when it appends; the
     /// collection is then unchanged.
     void set(const std::string& name, std::string value);
     /// Removes every entry of this name; does nothing if there is none. Never throws.
     ///
-    /// Logarithmic, and linear in the matches. Invalidates the iterators of the removed entries and
+    /// Linear in the matches. Invalidates the iterators of the removed entries and
     /// no others. `name` may be the name of a stored entry, for example `begin()->first`.
     void erase(const std::string& name);
 
@@ -299,13 +314,19 @@ public:
     bool operator==(const NameValueCollection& other) const;
 
 private:
-    using Index = std::multimap<std::string, EntryList::iterator, CaseInsensitiveCompare>;
+    friend class EntryStore;
+    friend struct EntryAccess;
+    friend struct StoredEntry;
 
-    void init();
+    StoredEntry* lookUp(const FoldedName& name) const noexcept;
+    EntryStore& store();
+    template <class Iterator>
+    void appendAll(Iterator first, Iterator last, std::size_t count);
+    void clear() noexcept;
+    void takeFrom(NameValueCollection& other) noexcept;
 
-    EntryList entries_;
-    // Where the entries of a name are, in the order in which they were added.
-    Index index_;
+    Links ring_{&ring_, &ring_};   // Through the entries, in order.
+    EntryStore* store_ = nullptr;  // None before the first entry.
 };
 
 }  // namespace foundation::httpclient_core
