@@ -8,10 +8,12 @@ namespace foundation::httpclient_core::testing {
 namespace {
 
 std::size_t count = 0;
+std::size_t bytes = 0;
 int successesLeft = -1;
 
 void* allocate(std::size_t size) {
     ++count;
+    bytes += size;
     if (successesLeft == 0) {
         successesLeft = -1;
         throw std::bad_alloc();
@@ -29,6 +31,10 @@ void* allocate(std::size_t size) {
 
 std::size_t allocationCount() noexcept {
     return count;
+}
+
+std::size_t allocatedBytes() noexcept {
+    return bytes;
 }
 
 void failAllocationAfter(int successes) noexcept {

@@ -7,6 +7,9 @@ namespace foundation::httpclient_core::testing {
 /// How often the program has called operator new; a program that links this replaces it.
 std::size_t allocationCount() noexcept;
 
+/// How many bytes it was asked for in all.
+std::size_t allocatedBytes() noexcept;
+
 /// Makes the call of operator new fail that comes after so many more; a negative number: none.
 void failAllocationAfter(int successes) noexcept;
 

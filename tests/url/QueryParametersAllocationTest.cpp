@@ -53,6 +53,25 @@ TEST(QueryParametersAllocationTest, DecodedTextsCostNothingBesideTheirPlace) {
     EXPECT_EQ(parse(escaped), parse(plain));
 }
 
+TEST(QueryParametersAllocationTest, ParsingCostsTheRawTextOneRoomForAllAndLongTexts) {
+    std::string text;
+    for (int i = 0; i < 20; ++i) {
+        text += "&key" + std::to_string(i) + "=two%20words%2C";
+    }
+    EXPECT_EQ(allocationsOf([&] { EXPECT_EQ(QueryParameters(text).size(), 20U); }), 2U);
+    text += "&long=a+value+that+needs+memory&a+key+that+needs+memory=%41";
+    EXPECT_EQ(allocationsOf([&] { EXPECT_EQ(QueryParameters(text).size(), 22U); }), 4U);
+    EXPECT_EQ(allocationsOf([] { EXPECT_EQ(QueryParameters("a=1").size(), 1U); }), 1U);
+    EXPECT_EQ(allocationsOf([] { EXPECT_TRUE(QueryParameters("").empty()); }), 0U);
+}
+
+TEST(QueryParametersAllocationTest, TextOfSeparatorsGetsNoRoomForEachOfThem) {
+    const std::string text(1'000'000, '&');
+    const std::size_t before = testing::allocatedBytes();
+    EXPECT_TRUE(QueryParameters(text).empty());
+    EXPECT_LT(testing::allocatedBytes() - before, text.size() + 100'000);
+}
+
 TEST(QueryParametersAllocationTest, ReadsAllocateTheirResultOnly) {
     const QueryParameters query = sample();
     std::size_t size = 0;
