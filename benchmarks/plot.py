@@ -4,7 +4,7 @@ import math
 from xml.sax.saxutils import escape
 
 WIDTH, HEIGHT = 720, 420
-LEFT, RIGHT, TOP, BOTTOM = 80, 20, 70, 60
+LEFT, RIGHT, TOP, BOTTOM = 80, 40, 70, 60
 # The library first; every side keeps its colour in all pictures.
 COLOURS = {
     "library": "#0b6fa4",

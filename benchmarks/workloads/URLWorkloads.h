@@ -43,7 +43,11 @@ auto parseQuery(std::string text) {
     return [text = std::move(text)] {
         std::size_t characters = 0;
         Side::parse(text, [&characters](const auto& key, const auto& value) {
-            characters += key.size() + value.size() + (value.empty() ? 0U : value.back() & 1U);
+            characters += key.size() + value.size();
+            // Reads what was decoded.
+            if (value.ends_with('x')) {
+                ++characters;
+            }
         });
         return characters;
     };
