@@ -79,5 +79,18 @@ TEST(PercentCodingAllocationTest, ShortResultCostsNone) {
     EXPECT_EQ(allocationsOf([&] { EXPECT_EQ(percentDecode(text).size(), 3U); }), 0U);
 }
 
+TEST(PercentCodingAllocationTest, ShortResultCostsNoneWhateverTheSpaceText) {
+    const std::string spaces(15, ' ');
+    for (const char* spaceText : {"+", "", "x", "%20"}) {
+        const PercentEncoder encode(spaceText);
+        EXPECT_EQ(allocationsOf([&] { EXPECT_LE(encode("a b").size(), 5U); }), 0U) << spaceText;
+    }
+    const PercentEncoder encode("x");
+    EXPECT_EQ(allocationsOf([&] { EXPECT_EQ(encode(spaces).size(), 15U); }), 0U);
+    // The decoded text fits, the encoded one did not.
+    EXPECT_EQ(allocationsOf([&] { EXPECT_EQ(percentDecode("%C3%A9%C3%A9%C3%A9").size(), 6U); }),
+              0U);
+}
+
 }  // namespace
 }  // namespace foundation::httpclient_core

@@ -9,6 +9,7 @@
 #include <ostream>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace foundation::httpclient_core {
 namespace {
@@ -117,6 +118,27 @@ TEST(PercentEncoderTest, AgreesWithThePlainEncodingAndDecodesToItsInput) {
         ASSERT_EQ(percentDecode(encoded), text) << texts << ", run " << run;
         ASSERT_EQ(percentDecode(form(text)), text) << texts << ", run " << run;
     }
+}
+
+TEST(PercentEncoderTest, AgreesWithThePlainEncodingOfLongTextsForAnySpaceText) {
+    RandomTexts texts("  some words/%\xC3\xA9");
+    SCOPED_TRACE(texts);
+    const std::vector<std::string> spaceTexts = {
+        "%20", "+", "", "-", "<space>", "a space text that needs memory of its own"};
+    for (int run = 0; run < 20'000; ++run) {
+        const std::string& spaceText = spaceTexts[texts.below(spaceTexts.size())];
+        const std::string text = texts.next(200);
+        ASSERT_EQ(PercentEncoder(spaceText)(text), encodePlainly(text, spaceText))
+            << texts << ", run " << run << ", space text \"" << spaceText << '"';
+    }
+}
+
+TEST(PercentEncoderTest, LongTextThatNeedsNothingComesBackAsItIs) {
+    const std::string text(1000, 'a');
+    EXPECT_EQ(PercentEncoder("%20")(text), text);
+    EXPECT_EQ(PercentEncoder("+")(text), text);
+    EXPECT_EQ(PercentEncoder("")(text), text);
+    EXPECT_EQ(PercentEncoder("+")(std::string(1000, ' ')), std::string(1000, '+'));
 }
 
 }  // namespace

@@ -432,5 +432,106 @@ TEST(QueryParametersTest, AgreesWithThePlainModel) {
     }
 }
 
+TEST(QueryParametersTest, AgreesWithThePlainModelForLongTexts) {
+    RandomTexts texts("&===+%%2aword");
+    SCOPED_TRACE(texts);
+    for (int run = 0; run < 3'000; ++run) {
+        // Pieces longer than what is decoded and printed without memory come up, and many pieces.
+        std::string text;
+        for (std::size_t pieces = texts.below(6); pieces > 0; --pieces) {
+            text += texts.below(2) == 0 ? std::string(texts.below(700), "+a%"[texts.below(3)])
+                                        : texts.next(500);
+            text += "&=x"[texts.below(3)];
+        }
+        const PlainQuery model(text);
+        const QueryParameters query(text);
+        ASSERT_EQ(pairsOf(query), model.pairs) << texts << ", run " << run << ", \"" << text << '"';
+        ASSERT_EQ(query.toString(), model.print()) << texts << ", run " << run;
+    }
+}
+
+// A query and its plain model through the same random operations.
+TEST(QueryParametersTest, AgreesWithThePlainModelThroughRandomOperations) {
+    RandomTexts texts("&=%+4aA ");
+    SCOPED_TRACE(texts);
+    RecordProperty("seed", static_cast<int>(texts.seed()));
+    std::vector<QueryParameters> queries(3);
+    std::vector<PlainQuery> models(3, PlainQuery(""));
+    for (int run = 0; run < 200'000; ++run) {
+        const std::size_t i = texts.below(queries.size());
+        const std::size_t other = texts.below(queries.size());
+        switch (texts.below(8)) {
+            case 0: {
+                const std::string text = texts.next(20);
+                queries[i] = QueryParameters(text);
+                models[i] = PlainQuery(text);
+                break;
+            }
+            case 1:
+            case 2: {
+                const std::string key = "k" + texts.next(2);
+                const std::string value = texts.next(3);
+                queries[i].addQueryParameter(key, value);
+                models[i].add(key, value);
+                break;
+            }
+            case 3:
+                queries[i] = queries[other];
+                models[i] = models[other];
+                break;
+            case 4:
+                if (i != other) {
+                    queries[i] = std::move(queries[other]);
+                    models[i] = models[other];
+                    queries[other] = QueryParameters();
+                    models[other] = PlainQuery("");
+                }
+                break;
+            case 5:
+                if (!models[i].pairs.empty()) {
+                    const std::size_t n = texts.below(models[i].pairs.size());
+                    std::next(queries[i].begin(), static_cast<std::ptrdiff_t>(n))->second += '!';
+                    models[i].pairs[n].second += '!';
+                }
+                break;
+            case 6: {
+                NameValueCollection pairs;
+                PlainQuery model("");
+                for (std::size_t n = texts.below(4); n > 0; --n) {
+                    const std::string key = texts.next(2);
+                    const std::string value = texts.next(2);
+                    pairs.add(key, value);
+                    model.add(key, value);
+                }
+                queries[i] = QueryParameters(std::move(pairs));
+                models[i] = model;
+                break;
+            }
+            default: {
+                // As another object parses the text, so that nothing is shared with the first.
+                const QueryParameters again(queries[i].toUnencodedString());
+                ASSERT_EQ(again.toUnencodedString(), queries[i].toUnencodedString());
+                break;
+            }
+        }
+        ASSERT_EQ(pairsOf(queries[i]), models[i].pairs) << texts << ", run " << run;
+        ASSERT_EQ(queries[i].size(), models[i].pairs.size()) << texts << ", run " << run;
+        ASSERT_EQ(queries[i].toString(), models[i].print()) << texts << ", run " << run;
+        ASSERT_EQ(queries[i].toUnencodedString(), models[i].raw.empty() ? "" : "?" + models[i].raw)
+            << texts << ", run " << run;
+    }
+}
+
+TEST(QueryParametersTest, MovedFromObjectCanBeUsedAgain) {
+    QueryParameters source("?a=1&b=a+value+that+needs+memory+of+its+own");
+    const QueryParameters target = std::move(source);
+    EXPECT_EQ(target.size(), 2U);
+    source = QueryParameters();
+    source.addQueryParameter("k", "v");
+    EXPECT_EQ(source.toUnencodedString(), "?k=v");
+    EXPECT_EQ(source.getEntrySep() + source.getKeyValueSep(), "&=");
+    EXPECT_EQ(target.getParameterValue("b"), "a value that needs memory of its own");
+}
+
 }  // namespace
 }  // namespace foundation::httpclient_core

@@ -409,5 +409,185 @@ TEST(URLTest, AgreesWithThePlainModelAndPrintingIsStable) {
     EXPECT_GT(stable, 30'000);
 }
 
+using Pairs = std::vector<std::pair<std::string, std::string>>;
+
+Pairs pairsOf(const QueryParameters& query) {
+    return {query.begin(), query.end()};
+}
+
+// Parts as fields, and what the query was set to.
+struct ModelURL {
+    PlainURL parts;
+    Pairs pairs;
+
+    explicit ModelURL(const std::string& text)
+        : parts(text), pairs(pairsOf(QueryParameters("?" + parts.rawQuery))) {}
+};
+
+::testing::AssertionResult agree(const URL& url, const ModelURL& model) {
+    std::vector<std::string> read{"",
+                                  url.getProtocol(),
+                                  url.getDomain(),
+                                  std::to_string(url.getPort()),
+                                  url.getPath(),
+                                  url.getQueryParameters().toUnencodedString(),
+                                  url.getFragment(),
+                                  url.toAsciiString()};
+    if (read != outcome(model.parts)) {
+        return ::testing::AssertionFailure() << ::testing::PrintToString(read) << " and not "
+                                             << ::testing::PrintToString(outcome(model.parts));
+    }
+    if (url.hasFragment() == model.parts.fragment.empty()) {
+        return ::testing::AssertionFailure() << "hasFragment() is wrong";
+    }
+    if (pairsOf(url.getQueryParameters()) != model.pairs) {
+        return ::testing::AssertionFailure() << "other pairs";
+    }
+    return ::testing::AssertionSuccess();
+}
+
+TEST(URLTest, AgreesWithThePlainModelThroughRandomOperations) {
+    RandomTexts texts("a:/?#&=%b");
+    SCOPED_TRACE(texts);
+    RecordProperty("seed", static_cast<int>(texts.seed()));
+    std::vector<URL> urls(3, URL(""));
+    std::vector<ModelURL> models(3, ModelURL(""));
+    int equal = 0;
+    for (int run = 0; run < 200'000; ++run) {
+        const std::size_t i = texts.below(urls.size());
+        const std::size_t other = texts.below(urls.size());
+        // Short and long ones, so that the text of the URL moves; often empty.
+        const std::string text = texts.next(texts.below(4) * texts.below(12));
+        switch (texts.below(11)) {
+            case 0:
+            case 1: {
+                const std::string whole =
+                    texts.below(2) == 0 ? "web://host:81/path?a=%20&b#f" + text : text;
+                if (const ModelURL model(whole); model.parts.error.empty()) {
+                    urls[i] = URL(whole);
+                    models[i] = model;
+                }
+                break;
+            }
+            case 2:
+                urls[i].setProtocol(text);
+                models[i].parts.protocol = text;
+                break;
+            case 3:
+                urls[i].setDomain(text);
+                models[i].parts.domain = text;
+                break;
+            case 4:
+                urls[i].setPort(static_cast<std::uint16_t>(text.size() * 1000));
+                models[i].parts.port = static_cast<std::uint16_t>(text.size() * 1000);
+                break;
+            case 5:
+                urls[i].setPath(text);
+                models[i].parts.path = text;
+                break;
+            case 6: {
+                QueryParameters query(text);
+                query.addQueryParameter("k" + text, text);
+                query.begin()->second += "!";
+                models[i].pairs = pairsOf(query);
+                models[i].parts.rawQuery = query.toUnencodedString().substr(1);
+                urls[i].setQueryParameters(query);
+                // Nothing that is done to the argument afterwards reaches the URL.
+                query.addQueryParameter("later", "1");
+                query.begin()->second = "changed";
+                break;
+            }
+            case 7:
+                urls[i].setQueryParameters(QueryParameters());
+                models[i].pairs.clear();
+                models[i].parts.rawQuery.clear();
+                break;
+            case 8:
+                urls[i].setFragment(text);
+                models[i].parts.fragment = text;
+                break;
+            case 9:
+                urls[i] = urls[other];
+                models[i] = models[other];
+                break;
+            default:
+                if (i != other) {
+                    urls[i] = std::move(urls[other]);
+                    models[i] = models[other];
+                    models[other] = ModelURL("");
+                    ASSERT_TRUE(agree(urls[other], models[other])) << texts << ", run " << run;
+                }
+                break;
+        }
+        ASSERT_TRUE(agree(urls[i], models[i])) << texts << ", run " << run;
+        const bool samePrint = models[i].parts.print() == models[other].parts.print();
+        ASSERT_EQ(urls[i] == urls[other], samePrint) << texts << ", run " << run;
+        equal += samePrint && i != other ? 1 : 0;
+    }
+    EXPECT_GT(equal, 1000);
+}
+
+TEST(URLTest, DifferentPartsThatPrintTheSameAreEqual) {
+    URL portInDomain("web://h/p");
+    portInDomain.setDomain("h:80");
+    EXPECT_TRUE(portInDomain == URL("web://h:80/p"));
+    URL queryInPath("web://h/p");
+    queryInPath.setPath("/p?a=1");
+    EXPECT_TRUE(queryInPath == URL("web://h/p?a=1"));
+    URL sameTextOtherPort("web://h/p");
+    sameTextOtherPort.setPort(80);
+    EXPECT_FALSE(sameTextOtherPort == URL("web://h/p"));
+}
+
+TEST(URLTest, SetQueryWithoutTextKeepsItsPairs) {
+    // A pair of empty texts leaves the raw text empty.
+    URL url("h/p?a=1");
+    url.setQueryParameters(QueryParameters(NameValueCollection{{"", ""}}));
+    EXPECT_EQ(url.toAsciiString(), "h/p");
+    EXPECT_EQ(url.getQueryParameters().size(), 1U);
+    const URL copy = url;
+    EXPECT_EQ(copy.getQueryParameters().size(), 1U);
+}
+
+TEST(URLTest, ValuesChangedInTheSetQueryStay) {
+    QueryParameters query("a=1&b=2");
+    query.begin()->second = "changed";
+    URL url("h/");
+    url.setQueryParameters(query);
+    EXPECT_EQ(url.toAsciiString(), "h/?a=1&b=2");
+    EXPECT_EQ(url.getQueryParameters().getParameterValue("a"), "changed");
+    url.setPath("/longer/than/before");
+    EXPECT_EQ(url.getQueryParameters().getParameterValue("a"), "changed");
+}
+
+TEST(URLTest, MovedFromObjectIsEmptyAndUsable) {
+    static_assert(std::is_nothrow_move_constructible_v<URL>);
+    static_assert(std::is_nothrow_move_assignable_v<URL>);
+    for (const char* text : {"web://server.test:8443/a/b?x=1#top", "h:1/?a"}) {
+        URL source(text);
+        source.setQueryParameters(QueryParameters("k=v"));
+        const URL target = std::move(source);
+        EXPECT_EQ(target.getQueryParameters().getParameterValue("k"), "v");
+        EXPECT_TRUE(source == URL(""));
+        EXPECT_EQ(source.getDomain(), "");
+        EXPECT_EQ(source.getPort(), 0U);
+        EXPECT_TRUE(source.getQueryParameters().empty());
+        source.setFragment("f");
+        source.setProtocol("web");
+        source.setPort(7);
+        EXPECT_EQ(source.toAsciiString(), "web://:7#f");
+    }
+}
+
+TEST(URLTest, AssignmentToItselfChangesNothing) {
+    URL url("web://host:1/p?a=1#f");
+    const URL& same = url;
+    url = same;
+    EXPECT_EQ(url.toAsciiString(), "web://host:1/p?a=1#f");
+    URL& alias = url;
+    url = std::move(alias);
+    EXPECT_EQ(url.toAsciiString(), "web://host:1/p?a=1#f");
+}
+
 }  // namespace
 }  // namespace foundation::httpclient_core

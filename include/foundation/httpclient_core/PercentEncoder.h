@@ -4,6 +4,8 @@
 #include <string>
 namespace foundation::httpclient_core {
 
+class PercentAlphabet;
+
 /// The percent-encoding of the library (RFC 3986, section 2.1) as a copyable function object.
 ///
 /// The ASCII letters and digits and the four marks `-`, `.`, `_` and `~` stay as they are: the unreserved
@@ -41,10 +43,13 @@ public:
     /// Returns `text` encoded; empty for an empty text.
     ///
     /// Never fails for its input. The cost is linear in the text, with one allocation for the result and
-    /// none where the result fits into the string itself.
+    /// none where the result fits into the string itself. Space texts other than `"%20"` and `"+"` take
+    /// longer in texts with many spaces.
     std::string operator()(const std::string& text) const;
 
 private:
     std::string spaceText_;
+    const PercentAlphabet*
+        alphabet_;  // The one that has this space text; null where there is none.
 };
 }  // namespace foundation::httpclient_core

@@ -27,8 +27,7 @@ namespace foundation::httpclient_core {
 ///
 /// Keys are looked up without regard to ASCII case, with one deliberate exception, getAllParameterValues().
 ///
-/// An object that was moved from has unspecified content, separators included: assign to it before you use
-/// it again.
+/// An object that was moved from has unspecified content: assign to it before you use it again.
 ///
 /// @par Thread safety
 /// thread-compatible
@@ -63,6 +62,9 @@ public:
     /// the end is `"%4"`. A piece whose decoded key is empty, such as `"=d"`, leaves no pair.
     ///
     /// Implicit: a std::string is taken where a query is wanted. `""` and `"?"` both give an empty query.
+    ///
+    /// All pairs are decoded here, so that nothing that reads them can fail for want of memory.
+    /// @throws std::bad_alloc if there is no memory.
     QueryParameters(const std::string& query);
 
     /// Holds the given pairs in order, unencoded; the raw text is made as by addQueryParameter().
@@ -124,7 +126,8 @@ public:
     std::ostream& toStream(std::ostream& os) const;
 
     /// Returns `"?"` and the pairs encoded by PercentEncoder with `"%20"` for a space, joined by `"&"`; empty
-    /// without pairs. The `=` is written for pairs with a value only: `("flag", "")` gives `"?flag"`.
+    /// without pairs. The `=` is written for pairs with a value only: `("flag", "")` gives `"?flag"`. Linear in
+    /// the pairs, with one allocation for the text.
     std::string toString() const;
 
     /// Returns `"?"` and the raw text, or an empty text when there is none.
@@ -138,7 +141,5 @@ private:
 
     NameValueCollection parameters_;
     std::string rawQuery_;
-    std::string keyValueSep_ = "=";
-    std::string entrySep_ = "&";
 };
 }  // namespace foundation::httpclient_core

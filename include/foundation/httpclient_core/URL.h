@@ -1,8 +1,11 @@
 #pragma once
 #include <foundation/httpclient_core/QueryParameters.h>
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <iosfwd>
+#include <memory>
 #include <string>
 #include <string_view>
 namespace foundation::httpclient_core {
@@ -25,7 +28,8 @@ namespace foundation::httpclient_core {
 /// The text printed by toAsciiString() is made of the parts as stored, and two URLs are equal when they
 /// print the same. For `"web://host"` the path is empty, not `"/"`.
 ///
-/// An object that was moved from has unspecified content: assign to it before you use it again.
+/// All parts are kept in one text, so that making, copying and printing a URL take one allocation each, and
+/// the query is not decoded before it is asked for.
 ///
 /// @par Thread safety
 /// thread-compatible
@@ -58,6 +62,18 @@ public:
     URL(const std::string& text);
     URL(const char* text);
     /// @}
+    /// Copies every part, with one allocation. If assignment throws std::bad_alloc, the URL is unchanged.
+    /// @{
+    URL(const URL& other);
+    URL& operator=(const URL& other);
+    /// @}
+    /// Takes over every part; allocates nothing. The URL that was moved from is left with empty parts. Moving a
+    /// URL onto itself changes nothing.
+    /// @{
+    URL(URL&& other) noexcept;
+    URL& operator=(URL&& other) noexcept;
+    /// @}
+    ~URL();
 
     /// Returns the text before `://`, in its own letter case; empty if there was none.
     std::string getProtocol() const;
@@ -68,6 +84,10 @@ public:
     /// Returns the path as written, still encoded; begins with `/`, or is empty if the text had none.
     std::string getPath() const;
     /// Returns a copy of the query; changes to the copy do not reach the URL, see setQueryParameters().
+    ///
+    /// A query that was part of the text is decoded by each call, at the cost of constructing QueryParameters
+    /// from it; keep the result where it is needed more than once.
+    /// @throws std::bad_alloc if there is no memory.
     QueryParameters getQueryParameters() const;
     /// Returns the text after the first `#`, as written; empty if there was none or nothing followed it.
     std::string getFragment() const;
@@ -75,7 +95,9 @@ public:
     bool hasFragment() const noexcept;
 
     /// Replaces the protocol; empty: none, and `://` is left out. No setter validates, encodes or parses its
-    /// argument: it is printed as it is, and so may be cut differently when the text is read again.
+    /// argument: it is printed as it is, and so may be cut differently when the text is read again. Each but
+    /// setPort() is linear in the length of the URL and throws std::bad_alloc if there is no memory; the URL
+    /// is then unchanged.
     void setProtocol(std::string protocol);
     /// Replaces the domain; nothing is lower-cased or converted.
     void setDomain(std::string domain);
@@ -93,21 +115,26 @@ public:
     ///
     /// A part that is empty, or a port that is 0, is left out with its mark. The query is
     /// QueryParameters::toUnencodedString(): what was parsed comes out as it was written, what was added later
-    /// unencoded. Despite the name no byte is converted.
+    /// unencoded. Despite the name no byte is converted. One allocation.
     std::string toAsciiString() const;
 
     /// Returns true if both print the same text, byte by byte: `"web://Host"` differs from `"web://host"`.
     bool operator==(const URL& other) const;
 
 private:
-    void parse(std::string_view text);
+    // In the order in which they stand in the text, each with its mark: "web://", "host", "/path", "?query",
+    // "#fragment". A part that is empty has no mark either. The port is not in the text.
+    enum Part : std::uint8_t { Protocol, Domain, Path, Query, Fragment };
 
-    std::string protocol_;
-    std::string domain_;
+    void parse(std::string_view text);
+    std::string_view part(Part which) const noexcept;
+    void setPart(Part which, std::string_view text);
+
+    std::string text_;
+    std::array<std::size_t, Fragment> ends_{};  // Of each part but the last one, in the text.
     std::uint16_t port_ = 0;
-    std::string path_;
-    QueryParameters queryParameters_;
-    std::string fragment_;
+    // What was set; null as long as the query is what its text decodes to.
+    std::shared_ptr<const QueryParameters> queryParameters_;
 };
 
 /// Writes URL::toAsciiString() and returns the stream.
