@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -20,7 +21,7 @@ Accept Accept::parse(const std::string& text) {
     header_text::forEachElement(text, ",", [&types](std::string_view element) {
         const std::string_view trimmed = header_text::trim(element);
         if (!trimmed.empty()) {
-            types.push_back(ContentType::parse(std::string(trimmed)));
+            types.push_back(header_text::parseContentType(trimmed));
         }
     });
     return Accept(std::move(types));

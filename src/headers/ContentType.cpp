@@ -9,6 +9,7 @@
 
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <utility>
 
 namespace foundation::httpclient_core {
@@ -17,7 +18,11 @@ ContentType::ContentType(std::string type, NameValueCollection parameters)
     : type_(std::move(type)), parameters_(std::move(parameters)) {}
 
 ContentType ContentType::parse(const std::string& text) {
-    auto [type, parameters] = header_text::splitParameters(text, ";");
+    return header_text::parseContentType(text);
+}
+
+ContentType header_text::parseContentType(std::string_view text) {
+    auto [type, parameters] = splitParameters(text, ";");
     for (const auto& [name, value] : parameters) {
         if (value.empty()) {
             diagnostics::throwLogged<std::runtime_error>(

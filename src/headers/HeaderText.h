@@ -1,4 +1,5 @@
 #pragma once
+#include <foundation/httpclient_core/ContentType.h>
 #include <foundation/httpclient_core/NameValueCollection.h>
 
 #include <algorithm>
@@ -68,5 +69,8 @@ Parameter splitParameter(std::string_view text,
 /// Splits a value with parameters; the behaviour of HttpHeaders::splitParameters.
 std::pair<std::string, NameValueCollection> splitParameters(std::string_view text,
                                                             std::string_view separators);
+
+/// The behaviour of ContentType::parse.
+ContentType parseContentType(std::string_view text);
 
 }  // namespace foundation::httpclient_core::header_text

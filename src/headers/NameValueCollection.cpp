@@ -202,12 +202,16 @@ void print(const Entries& entries,
     }
 }
 
-/// Does the same for the encoder that changes nothing, without a copy of each text.
-template <class Put>
-void printAsStored(const NameValueCollection& entries,
-                   const std::string& entrySeparator,
-                   const std::string& keyValueSeparator,
-                   const Put& put) {
+/// The text for the encoder that changes nothing, without a copy of each text.
+std::string printedAsStored(const NameValueCollection& entries,
+                            const std::string& entrySeparator,
+                            const std::string& keyValueSeparator,
+                            std::size_t size) {
+    std::string result(size, '\0');
+    char* out = result.data();
+    const auto put = [&out](const std::string& text) {
+        out = std::copy(text.begin(), text.end(), out);
+    };
     bool first = true;
     for (const auto& [name, value] : entries) {
         if (!first) {
@@ -218,6 +222,7 @@ void printAsStored(const NameValueCollection& entries,
         put(keyValueSeparator);
         put(value);
     }
+    return result;
 }
 
 }  // namespace
@@ -235,18 +240,17 @@ std::string NameValueCollection::toString(const std::string& entrySeparator,
                                           const std::string& keyValueSeparator,
                                           const Encoder& encoder) const {
     // What the entries need as they are stored; an encoder that lengthens them lets the text grow.
-    std::size_t size = 0;
+    std::size_t size = empty() ? 0 : (this->size() - 1) * entrySeparator.size();
     for (const auto& [name, value] : *this) {
-        size += entrySeparator.size() + name.size() + keyValueSeparator.size() + value.size();
+        size += name.size() + keyValueSeparator.size() + value.size();
+    }
+    if (isIdentityEncoder(encoder)) {
+        return printedAsStored(*this, entrySeparator, keyValueSeparator, size);
     }
     std::string result;
     result.reserve(size);
-    const auto put = [&result](const std::string& text) { result += text; };
-    if (isIdentityEncoder(encoder)) {
-        printAsStored(*this, entrySeparator, keyValueSeparator, put);
-    } else {
-        print(*this, entrySeparator, keyValueSeparator, encoder, put);
-    }
+    print(*this, entrySeparator, keyValueSeparator, encoder,
+          [&result](const std::string& text) { result += text; });
     return result;
 }
 

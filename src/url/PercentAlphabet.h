@@ -28,7 +28,7 @@ public:
                     Spelling{'%', digits[byte / 16], digits[byte % 16], 3});
             }
         }
-        spaceShift_ = static_cast<char>(escapesSpace_ ? 0 : space.front() - ' ');
+        spaceChange_ = static_cast<char>(escapesSpace_ ? 0 : space.front() ^ ' ');
     }
 
     /// Writes the spelling of a byte and returns where it ends; writes over longestWrite characters.
@@ -59,8 +59,8 @@ public:
     }
 
     bool escapesSpace() const noexcept { return escapesSpace_; }
-    /// What is added to a space that is not escaped to get the character written for it.
-    char spaceShift() const noexcept { return spaceShift_; }
+    /// The bits of a space that differ in the character written for it; none where it is escaped.
+    char spaceChange() const noexcept { return spaceChange_; }
     /// Classes of the lower and the upper four bits of a byte; it is not escaped if they share a bit.
     /// @{
     const std::array<std::uint8_t, 16>& lowerClasses() const noexcept { return lowerClasses_; }
@@ -93,7 +93,7 @@ private:
     alignas(16) std::array<std::uint8_t, 16> lowerClasses_{};
     alignas(16) std::array<std::uint8_t, 16> upperClasses_{};
     bool escapesSpace_;
-    char spaceShift_ = 0;
+    char spaceChange_ = 0;
 };
 
 /// For queries, and for forms.

@@ -1,5 +1,7 @@
 #include "url/PercentBlocks.h"
 
+#include "url/PercentAlphabet.h"
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -73,16 +75,17 @@ FOUNDATION_TARGET_SSSE3 inline char* write(__m128i bytes,
                                            unsigned int pattern,
                                            char* out) noexcept {
     const __m128i result = _mm_shuffle_epi8(bytes, load(expansions.places[pattern].data()));
-    _mm_storeu_si128(static_cast<__m128i*>(static_cast<void*>(out)), result);
+    _mm_storeu_si128(reinterpret_cast<__m128i_u*>(out), result);
     return out + expansions.sizes[pattern];
 }
 
 }  // namespace
 
 bool available() noexcept {
-    return __builtin_cpu_supports("ssse3") != 0;
+    return __builtin_cpu_supports("ssse3");
 }
 
+// NOLINTBEGIN(portability-simd-intrinsics): this code is for one processor only.
 FOUNDATION_TARGET_SSSE3 std::size_t countEscaped(const PercentAlphabet& alphabet,
                                                  std::string_view text) noexcept {
     __m128i plain = _mm_setzero_si128();
@@ -94,6 +97,7 @@ FOUNDATION_TARGET_SSSE3 std::size_t countEscaped(const PercentAlphabet& alphabet
     const __m128i both = _mm_add_epi64(plain, _mm_unpackhi_epi64(plain, plain));
     return text.size() - static_cast<std::size_t>(_mm_cvtsi128_si64(both));
 }
+// NOLINTEND(portability-simd-intrinsics)
 
 FOUNDATION_TARGET_SSSE3 char* encode(const PercentAlphabet& alphabet,
                                      std::string_view text,
@@ -101,15 +105,15 @@ FOUNDATION_TARGET_SSSE3 char* encode(const PercentAlphabet& alphabet,
     const __m128i digits = load(PercentAlphabet::digits.data());
     const __m128i percents = _mm_set1_epi8('%');
     const __m128i spaces = _mm_set1_epi8(' ');
-    const __m128i spaceShift = _mm_set1_epi8(alphabet.spaceShift());
+    const __m128i spaceChange = _mm_set1_epi8(alphabet.spaceChange());
     for (std::size_t i = 0; i < text.size(); i += size) {
         const __m128i bytes = load(text.data() + i);
         const auto escaped =
             0xFFFFU ^ static_cast<unsigned int>(_mm_movemask_epi8(plainBytes(alphabet, bytes)));
         const __m128i upper = _mm_shuffle_epi8(digits, upperHalves(bytes));
         const __m128i lower = _mm_shuffle_epi8(digits, lowerHalves(bytes));
-        const __m128i shift = _mm_and_si128(_mm_cmpeq_epi8(bytes, spaces), spaceShift);
-        const __m128i plain = _mm_add_epi8(bytes, shift);
+        const __m128i change = _mm_and_si128(_mm_cmpeq_epi8(bytes, spaces), spaceChange);
+        const __m128i plain = _mm_xor_si128(bytes, change);
         const __m128i plainUpper = _mm_unpacklo_epi32(plain, upper);
         const __m128i lowerPercents = _mm_unpacklo_epi32(lower, percents);
         out = write(_mm_unpacklo_epi64(plainUpper, lowerPercents), escaped & 0xFU, out);

@@ -1,5 +1,6 @@
 #include "url/PercentEncode.h"
 
+#include "url/PercentAlphabet.h"
 #include "url/PercentBlocks.h"
 
 #include <cstddef>

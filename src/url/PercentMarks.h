@@ -18,8 +18,7 @@ inline std::uint64_t percentMarks(const char* text) noexcept {
     const __m128i percent = _mm_set1_epi8('%');
     const __m128i plus = _mm_set1_epi8('+');
     for (unsigned int i = 0; i < percentMarksBlock; i += 16) {
-        const __m128i bytes =
-            _mm_loadu_si128(static_cast<const __m128i*>(static_cast<const void*>(text + i)));
+        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i_u*>(text + i));
         const __m128i either =
             _mm_or_si128(_mm_cmpeq_epi8(bytes, percent), _mm_cmpeq_epi8(bytes, plus));
         const auto bits = static_cast<unsigned int>(_mm_movemask_epi8(either));

@@ -181,10 +181,12 @@ QueryParameters::const_iterator QueryParameters::cend() const noexcept {
     return parameters_.cend();
 }
 
+// NOLINTNEXTLINE(readability-convert-member-functions-to-static): members in the interface.
 std::string QueryParameters::getEntrySep() const {
     return {entrySeparator};
 }
 
+// NOLINTNEXTLINE(readability-convert-member-functions-to-static): members in the interface.
 std::string QueryParameters::getKeyValueSep() const {
     return {keyValueSeparator};
 }

@@ -2,6 +2,8 @@
 
 #include "support/Int32Parsing.h"
 
+#include <foundation/httpclient_core/QueryParameters.h>
+
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -43,8 +45,9 @@ std::uint16_t checkPort(std::int32_t value) {
 std::uint16_t parsePort(std::string_view text) {
     // Nearly every port is digits alone.
     std::uint16_t port = 0;
-    const char* const end = text.data() + text.size();
-    const auto [position, error] = std::from_chars(text.data(), end, port);
+    const char* const begin = text.data();
+    const char* const end = begin + text.size();
+    const auto [position, error] = std::from_chars(begin, end, port);
     if (error == std::errc() && position == end) {
         return port;
     }
@@ -177,6 +180,7 @@ std::string URL::getDomain() const {
     return std::string(part(Domain));
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the interface takes values.
 void URL::setDomain(std::string domain) {
     setPart(Domain, domain);
 }
@@ -193,6 +197,7 @@ std::string URL::getPath() const {
     return std::string(part(Path));
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the interface takes values.
 void URL::setPath(std::string path) {
     setPart(Path, path);
 }
