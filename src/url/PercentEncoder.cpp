@@ -20,7 +20,7 @@ const PercentAlphabet* alphabetFor(std::string_view spaceText) {
     return spaceText == "+" ? &spaceAsPlus : nullptr;
 }
 
-// Short texts are encoded on the stack without being measured first, which takes half the time.
+// Short texts are encoded on the stack without being measured first, which takes a third less time.
 constexpr std::size_t longestUnmeasured = 64;
 
 template <class Write>

@@ -11,7 +11,7 @@ namespace foundation::httpclient_core {
 inline constexpr std::size_t percentMarksBlock = 64;
 
 /// Finds what decoding changes: bit i says whether the byte at `text + i` is "%" or "+". Reads 64 bytes.
-/// Prose is decoded in three quarters of the time that looking at each byte takes.
+/// Prose is decoded in a sixth to a quarter less time than by looking at each byte.
 inline std::uint64_t percentMarks(const char* text) noexcept {
     std::uint64_t marks = 0;
 #if defined(__SSE2__)

@@ -31,7 +31,7 @@ Mark markOf(char c) noexcept {
 }  // namespace
 
 // One walk over the bytes for all that is sought: the pieces are so short that a search for each mark takes
-// twice as long.
+// two thirds longer.
 QueryEntries::Piece QueryEntries::cut(bool isKey) noexcept {
     const char* const begin = position_;
     const char* position = begin;
