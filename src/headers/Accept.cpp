@@ -17,7 +17,7 @@ Accept::Accept(std::vector<ContentType> types) : types_(std::move(types)) {}
 
 Accept Accept::parse(const std::string& text) {
     std::vector<ContentType> types;
-    types.reserve(header_text::expectedElements(text, ','));
+    types.reserve(header_text::expectedElements(text));
     header_text::forEachElement(text, ",", [&types](std::string_view element) {
         const std::string_view trimmed = header_text::trim(element);
         if (!trimmed.empty()) {

@@ -12,7 +12,7 @@ namespace foundation::httpclient_core {
 
 NameValueCollection Cookie::parse(const std::string& text) {
     NameValueCollection cookies;
-    EntryAccess::reserve(cookies, header_text::expectedElements(text, ';'));
+    EntryAccess::reserve(cookies, header_text::expectedElements(text));
     header_text::forEachElement(text, ";", [&cookies](std::string_view element) {
         const std::string_view trimmed = header_text::trim(element);
         if (!trimmed.empty()) {

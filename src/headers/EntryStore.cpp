@@ -1,6 +1,8 @@
 #include "headers/EntryStore.h"
 
 #include "headers/CapacityCheck.h"
+#include "headers/FoldedName.h"
+#include "headers/StoredEntry.h"
 #include "headers/TagScan.h"
 
 #include <algorithm>
@@ -11,7 +13,6 @@
 #include <limits>
 #include <memory>
 #include <new>
-#include <string>
 #include <utility>
 
 namespace foundation::httpclient_core {

@@ -5,7 +5,6 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <string_view>
 #include <unistd.h>
 
@@ -47,12 +46,13 @@ std::uint64_t secret() noexcept {
 
 }  // namespace
 
+// NOLINTNEXTLINE(misc-no-recursion): once at most
 SoughtName SoughtName::upToNul(std::string_view name) noexcept {
     return SoughtName(name.substr(0, name.find('\0')));
 }
 
-std::unique_ptr<char[]> FoldedName::foldedRest() const {
-    auto copy = std::make_unique_for_overwrite<char[]>(rest_.size());
+SizedText FoldedName::foldedRest() const {
+    SizedText copy(new char[rest_.size()]);
     std::transform(rest_.begin(), rest_.end(), copy.get(), foldedByte);
     return copy;
 }

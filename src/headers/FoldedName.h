@@ -69,6 +69,7 @@ inline std::uint64_t word(std::string_view text, std::size_t after, std::uint64_
     }
     if (text.size() > after) {
         const std::size_t count = text.size() - after;
+        // NOLINTNEXTLINE(bugprone-suspicious-stringview-data-usage): the size is given as well
         const std::uint64_t word = loadShort(text.data(), count);
         zeros |= zeroBytes(word | (~std::uint64_t{0} << (8 * count)));
         return word;
@@ -78,11 +79,15 @@ inline std::uint64_t word(std::string_view text, std::size_t after, std::uint64_
 
 }  // namespace name_words
 
+/// A text of a size that is known otherwise, or null.
+using SizedText = std::unique_ptr<char[]>;  // NOLINT(modernize-avoid-c-arrays)
+
 /// A name as look-ups see it, up to its first NUL, read into registers but not folded yet: enough to say of
 /// most names that they are in no collection. Refers to the text. Inline, because a call costs a tenth of a
 /// look-up.
 class SoughtName {
 public:
+    // NOLINTNEXTLINE(misc-no-recursion): once at most, what upToNul() leaves has no NUL
     [[gnu::always_inline]] explicit SoughtName(std::string_view name) noexcept
         : size_(name.size()) {
         using name_words::wordSize;
@@ -144,7 +149,7 @@ public:
                 (words_[3] ^ words[3])) == 0;
     }
     /// A folded copy of what stands before the words; null where nothing does. Throws std::bad_alloc.
-    std::unique_ptr<char[]> copyRest() const { return rest_.empty() ? nullptr : foldedRest(); }
+    SizedText copyRest() const { return rest_.empty() ? nullptr : foldedRest(); }
     /// Whether such a copy, of a name of this size, holds the same.
     bool hasRest(const char* foldedRest) const noexcept;
     std::size_t size() const noexcept { return size_; }
@@ -153,7 +158,7 @@ public:
     std::uint64_t hash() const noexcept;
 
 private:
-    std::unique_ptr<char[]> foldedRest() const;
+    SizedText foldedRest() const;
 
     NameWords words_;
     std::size_t size_;

@@ -33,12 +33,13 @@ inline std::size_t findSeparator(std::string_view text, std::string_view separat
     return separators.size() == 1 ? text.find(separators.front()) : text.find_first_of(separators);
 }
 
-/// How many elements to make room for before a text is split. Bounded, so that a text of separators only
-/// does not ask for much memory.
-inline std::size_t expectedElements(std::string_view text, char separator) noexcept {
-    constexpr std::ptrdiff_t most = 31;
-    return static_cast<std::size_t>(
-        std::min(std::count(text.begin(), text.end(), separator), most) + 1);
+/// How many elements to make room for before a text is split: as many as it holds of the usual size.
+/// Counting them takes a quarter of the time of a parse. Bounded, so that a long text does not ask for much
+/// memory at once.
+constexpr std::size_t expectedElements(std::string_view text) noexcept {
+    constexpr std::size_t usualSize = 16;
+    constexpr std::size_t most = 32;
+    return std::min((text.size() / usualSize) + 1, most);
 }
 
 /// Calls `visit` with every element of `text`, untrimmed, also with empty ones: an empty text has one

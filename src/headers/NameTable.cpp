@@ -1,10 +1,13 @@
 #include "headers/NameTable.h"
 
+#include "headers/FoldedName.h"
+#include "headers/StoredEntry.h"
+
 #include <bit>
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <utility>
+#include <vector>
 
 namespace foundation::httpclient_core {
 
@@ -13,13 +16,12 @@ void NameTable::reserve(std::size_t names) {
     if (isInUse() && wanted <= mask_ + 1) {
         return;
     }
-    const std::unique_ptr<StoredEntry*[]> former =
-        std::exchange(slots_, std::make_unique<StoredEntry*[]>(wanted));
-    const std::size_t formerSize = former != nullptr ? mask_ + 1 : 0;
+    const std::vector<StoredEntry*> former =
+        std::exchange(slots_, std::vector<StoredEntry*>(wanted));
     mask_ = wanted - 1;
-    for (std::size_t slot = 0; slot < formerSize; ++slot) {
-        if (former[slot] != nullptr) {
-            place(*former[slot]);
+    for (StoredEntry* entry : former) {
+        if (entry != nullptr) {
+            place(*entry);
         }
     }
 }
@@ -28,7 +30,7 @@ StoredEntry* NameTable::find(const FoldedName& name) const noexcept {
     const std::uint64_t hash = name.hash();
     std::size_t slot = hash & mask_;
     while (slots_[slot] != nullptr &&
-           !(slots_[slot]->hash == hash && slots_[slot]->isNamed(name))) {
+           (slots_[slot]->hash != hash || !slots_[slot]->isNamed(name))) {
         slot = next(slot);
     }
     return slots_[slot];

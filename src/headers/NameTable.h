@@ -1,8 +1,9 @@
 #pragma once
+#include "headers/FoldedName.h"
 #include "headers/StoredEntry.h"
 
 #include <cstddef>
-#include <memory>
+#include <vector>
 
 namespace foundation::httpclient_core {
 
@@ -11,7 +12,7 @@ namespace foundation::httpclient_core {
 /// at most half of the slots are taken. Refers to the entries and does not own them.
 class NameTable {
 public:
-    bool isInUse() const noexcept { return slots_ != nullptr; }
+    bool isInUse() const noexcept { return !slots_.empty(); }
     /// Makes room for so many names. Throws std::bad_alloc and is then unchanged.
     void reserve(std::size_t names);
     /// The entry of this name, or null.
@@ -26,7 +27,7 @@ private:
     std::size_t next(std::size_t slot) const noexcept { return (slot + 1) & mask_; }
     std::size_t home(const StoredEntry& entry) const noexcept { return entry.hash & mask_; }
 
-    std::unique_ptr<StoredEntry*[]> slots_;
+    std::vector<StoredEntry*> slots_;
     std::size_t mask_ = 0;  ///< Number of slots, a power of two, less one.
 };
 

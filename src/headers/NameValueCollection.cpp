@@ -107,13 +107,13 @@ void EntryAccess::reserve(NameValueCollection& collection, std::size_t entries) 
 }
 
 // The first entry of the name, or null.
-StoredEntry* NameValueCollection::lookUp(const SoughtName& name) const noexcept {
-    return store_ != nullptr ? store_->find(name) : nullptr;
+StoredEntry* NameValueCollection::lookUp(std::string_view name) const noexcept {
+    return store_ != nullptr ? store_->find(SoughtName(name)) : nullptr;
 }
 
 void NameValueCollection::add(std::string name, std::string value) {
-    const SoughtName folded(name);
-    store().append(ring_, folded, std::move(name), std::move(value));
+    const SoughtName sought(name);
+    store().append(ring_, sought, std::move(name), std::move(value));
 }
 
 void NameValueCollection::add(value_type entry) {
@@ -121,11 +121,10 @@ void NameValueCollection::add(value_type entry) {
 }
 
 void NameValueCollection::set(const std::string& name, std::string value) {
-    const SoughtName folded(name);
-    if (StoredEntry* first = lookUp(folded)) {
+    if (StoredEntry* first = lookUp(name)) {
         first->entry.second = std::move(value);
     } else {
-        store().append(ring_, folded, name, std::move(value));
+        store().append(ring_, SoughtName(name), name, std::move(value));
     }
 }
 
@@ -136,7 +135,7 @@ void NameValueCollection::erase(const std::string& name) {
 }
 
 std::string NameValueCollection::get(const std::string& name) const {
-    const StoredEntry* first = lookUp(SoughtName(name));
+    const StoredEntry* first = lookUp(name);
     if (first == nullptr) {
         diagnostics::throwLogged<std::out_of_range>(SEVERITY_ERROR, name + " not found.");
     }
@@ -144,7 +143,7 @@ std::string NameValueCollection::get(const std::string& name) const {
 }
 
 std::vector<std::string> NameValueCollection::getAll(const std::string& name) const {
-    const StoredEntry* first = lookUp(SoughtName(name));
+    const StoredEntry* first = lookUp(name);
     std::size_t count = 0;
     for (const StoredEntry* entry = first; entry != nullptr; entry = entry->nextSame) {
         ++count;
@@ -158,11 +157,11 @@ std::vector<std::string> NameValueCollection::getAll(const std::string& name) co
 }
 
 bool NameValueCollection::has(const std::string& name) const {
-    return lookUp(SoughtName(name)) != nullptr;
+    return lookUp(name) != nullptr;
 }
 
 NameValueCollection::const_iterator NameValueCollection::find(const std::string& name) const {
-    const StoredEntry* first = lookUp(SoughtName(name));
+    const StoredEntry* first = lookUp(name);
     return first != nullptr ? const_iterator(first) : end();
 }
 

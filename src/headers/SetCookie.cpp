@@ -35,6 +35,7 @@ bool isSetCookie(const std::string& name, const std::ctype<char>& characters) {
 SetCookie SetCookie::parse(const std::string& text) {
     SetCookie cookie;
     bool firstPending = true;
+    EntryAccess::reserve(cookie.attributes, header_text::expectedElements(text));
     header_text::forEachElement(text, ";", [&](std::string_view element) {
         const std::string_view trimmed = header_text::trim(element);
         if (trimmed.empty()) {

@@ -5,7 +5,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <utility>
 
@@ -41,7 +40,7 @@ struct StoredEntry : NameValueCollection::Node {
     NameWords words;
     std::size_t size;                 ///< Of the folded name.
     std::uint32_t* tagPlace;          ///< Where its slab shows the tag while it is the first.
-    std::unique_ptr<char[]> rest;     ///< What stands before the words, folded, or null.
+    SizedText rest;                   ///< What stands before the words, folded, or null.
     std::uint64_t hash = 0;           ///< Set by the table that it is in.
     StoredEntry* nextSame = nullptr;  ///< The entry that was added next with this name, or null.
     StoredEntry* lastSame = this;     ///< Of the first entry of a name: the last one.

@@ -6,7 +6,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <set>
 #include <string>
 #include <vector>
@@ -22,14 +21,14 @@ FoldedName folded(const std::string& name) {
 
 // As a stored name is compared with a sought one.
 bool isSame(const FoldedName& a, const FoldedName& b) {
-    const std::unique_ptr<char[]> rest = a.copyRest();
+    const SizedText rest = a.copyRest();
     return a.size() == b.size() && b.hasWords(a.words()) &&
            (a.size() <= nameWordBytes || b.hasRest(rest.get()));
 }
 
 // The hash of the copy that an entry keeps.
 std::uint64_t storedHash(const FoldedName& name) {
-    const std::unique_ptr<char[]> rest = name.copyRest();
+    const SizedText rest = name.copyRest();
     return nameHash(name.words(), {rest.get(), rest != nullptr ? name.size() - nameWordBytes : 0});
 }
 

@@ -9,13 +9,13 @@
 #include <iterator>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <type_traits>
 #include <utility>
 #include <vector>
 namespace foundation::httpclient_core {
 
 class EntryStore;
-class SoughtName;
 struct EntryAccess;
 struct StoredEntry;
 
@@ -247,6 +247,7 @@ public:
     std::vector<std::string> getAll(const std::string& name) const;
     /// Returns the position of the first entry, or end() if the collection is empty.
     /// @{
+    // NOLINTNEXTLINE(readability-make-member-function-const): it gives access to the entries
     iterator begin() noexcept { return iterator(ring_.next); }
     const_iterator begin() const noexcept { return const_iterator(ring_.next); }
     const_iterator cbegin() const noexcept { return begin(); }
@@ -318,7 +319,7 @@ private:
     friend struct EntryAccess;
     friend struct StoredEntry;
 
-    StoredEntry* lookUp(const SoughtName& name) const noexcept;
+    StoredEntry* lookUp(std::string_view name) const noexcept;
     EntryStore& store();
     template <class Iterator>
     void appendAll(Iterator first, Iterator last, std::size_t count);
