@@ -1,5 +1,6 @@
 #include "support/Streams.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <ios>
@@ -18,8 +19,10 @@ std::string readRest(std::streambuf& buffer) {
     std::array<char, 4096> chunk;
     const auto wanted = static_cast<std::streamsize>(chunk.size());
     // A buffer that knows how much there is saves the text from growing: half of the time of a long one.
+    // Within limits: what a caller's own buffer claims may be anything.
+    constexpr std::streamsize mostBelieved = 1 << 28;
     if (const std::streamsize known = buffer.in_avail(); known > wanted) {
-        text.reserve(static_cast<std::size_t>(known));
+        text.reserve(static_cast<std::size_t>(std::min(known, mostBelieved)));
     }
     for (;;) {
         const std::streamsize got = buffer.sgetn(chunk.data(), wanted);

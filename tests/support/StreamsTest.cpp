@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 #include <istream>
+#include <limits>
 #include <random>
 #include <sstream>
 #include <streambuf>
@@ -108,7 +109,8 @@ private:
 
 TEST(StreamsTest, ReadRestTakesEverythingWhateverTheBufferAnnounces) {
     const std::string text(10'000, 'x');
-    for (const std::streamsize announced : {-1, 0, 1, 5'000, 10'000, 20'000}) {
+    for (const std::streamsize announced :
+         {-1L, 0L, 1L, 5'000L, 10'000L, 20'000L, std::numeric_limits<std::streamsize>::max()}) {
         AnnouncingBuffer buffer(text, announced);
         std::istream stream(&buffer);
         EXPECT_EQ(readRest(stream), text) << announced;
