@@ -42,15 +42,16 @@ SetCookie SetCookie::parse(const std::string& text) {
             return;
         }
         if (!firstPending) {
-            const auto [name, value] = header_text::splitParameter(trimmed, "=", true);
-            EntryAccess::add(cookie.attributes, name, value);
+            const header_text::Parameter attribute =
+                header_text::splitParameter(trimmed, "=", true);
+            EntryAccess::add(cookie.attributes, attribute.name, attribute.value);
             return;
         }
         firstPending = false;
         try {
-            const auto [name, value] = header_text::splitParameter(trimmed, "=", false);
-            cookie.name = name;
-            cookie.value = value;
+            const header_text::Parameter pair = header_text::splitParameter(trimmed, "=", false);
+            cookie.name = pair.name;
+            cookie.value = pair.value;
         } catch (const std::runtime_error&) {
             throwMalformed(text);
         }
