@@ -1,3 +1,4 @@
+#include "tests/support/AllocationCounter.h"
 #include "tests/support/ThrowsExactly.h"
 
 #include <foundation/httpclient_core/Accept.h>
@@ -10,87 +11,26 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
-#include <cstdlib>
+#include <cstdint>
 #include <functional>
 #include <iterator>
-#include <limits>
 #include <new>
 #include <ostream>
 #include <string>
 #include <utility>
 #include <vector>
 
-// This executable replaces the allocation functions of the program: they count, and they fail on demand.
-namespace {
-
-constexpr std::size_t never = std::numeric_limits<std::size_t>::max();
-std::size_t allocations = 0;
-std::size_t failingAllocation = never;
-
-void* allocate(std::size_t size) {
-    ++allocations;
-    if (allocations == failingAllocation) {
-        throw std::bad_alloc();
-    }
-    if (void* memory = std::malloc(size == 0 ? 1 : size)) {
-        return memory;
-    }
-    throw std::bad_alloc();
-}
-
-}  // namespace
-
-void* operator new(std::size_t size) {
-    return allocate(size);
-}
-void* operator new[](std::size_t size) {
-    return allocate(size);
-}
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete[](void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
-void operator delete[](void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
-
 namespace foundation::httpclient_core {
 namespace {
+
+using testing::allocationsOf;
+using testing::failEachAllocation;
 
 using Entries = std::vector<NameValueCollection::value_type>;
 
 // Longer than what a string holds without an allocation.
 const std::string longName = "X-A-Header-Name-That-Needs-Memory";
 const std::string longValue = "a value that needs memory of its own";
-
-template <class Action>
-std::size_t allocationsOf(const Action& action) {
-    const std::size_t before = allocations;
-    action();
-    return allocations - before;
-}
-
-// Runs the action with its first allocation failing, then its second, and so on until it has none that
-// fails; calls `check` after each failure. Returns the number of failures.
-template <class Action, class Check>
-std::size_t failEachAllocation(const Action& action, const Check& check) {
-    for (std::size_t failures = 0;; ++failures) {
-        failingAllocation = allocations + failures + 1;
-        try {
-            action();
-            failingAllocation = never;
-            return failures;
-        } catch (const std::bad_alloc&) {
-            failingAllocation = never;
-            check();
-        }
-    }
-}
 
 HttpHeaders sample() {
     return {{"Accept", "a"}, {longName, longValue}, {"accept", longValue}};
@@ -226,8 +166,8 @@ class HeaderModifierAllocationTest : public ::testing::TestWithParam<ModifierRow
 TEST_P(HeaderModifierAllocationTest, FailureLeavesTheCollectionUnchanged) {
     HttpHeaders headers = sample();
     const NameValueCollection::iterator second = std::next(headers.begin());
-    const std::size_t failures = failEachAllocation([&] { GetParam().modify(headers); },
-                                                    [&] { EXPECT_TRUE(isUnchanged(headers)); });
+    const std::uint64_t failures = failEachAllocation([&] { GetParam().modify(headers); },
+                                                      [&] { EXPECT_TRUE(isUnchanged(headers)); });
     EXPECT_GT(failures, 0U);
     // The last turn failed nowhere and did its work.
     HttpHeaders expected = sample();
@@ -258,7 +198,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 // Memory is asked for where a slab is full and where the table of names grows; all else goes without.
 TEST(HeaderAllocationTest, AddOfShortTextsThatFailsLeavesTheCollectionUnchanged) {
-    std::size_t growths = 0;
+    std::uint64_t growths = 0;
     NameValueCollection collection;
     for (int count = 0; count < 700; ++count) {
         const std::string name = "n" + std::to_string(count);
@@ -285,9 +225,9 @@ TEST(HeaderAllocationTest, AFailedAddGivesItsPlaceBack) {
     const std::string name(100, 'n');  // Its folded form needs memory.
     for (int turn = 0; turn < 3; ++turn) {
         std::string moved = name;
-        failingAllocation = allocations + 1;
+        testing::failAllocationAfter(0);
         EXPECT_THROW(collection.add(std::move(moved), "5"), std::bad_alloc);
-        failingAllocation = never;
+        testing::failNoAllocation();
     }
     EXPECT_EQ(allocationsOf([&] { collection.add("e", "5"); }), 0U);
     EXPECT_EQ(collection.size(), 4U);
@@ -345,7 +285,7 @@ TEST(HeaderAllocationTest, FailedCopyAssignmentLeavesTheTargetEmptyAndUsable) {
         }
     };
     fill();
-    const std::size_t failures = failEachAllocation(
+    const std::uint64_t failures = failEachAllocation(
         [&] { target = source; },
         [&] {
             EXPECT_TRUE(isUnchanged(source));

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <new>
 
@@ -9,24 +10,33 @@ namespace foundation::httpclient_core::testing {
 namespace {
 
 thread_local AllocationCounts counts;
+thread_local std::uint64_t failingAllocation = 0;  // Its number; 0 for none.
 
-void* counted(std::size_t size, void* block) {
+void count(std::size_t size) {
+    ++counts.allocations;
+    counts.bytes += size;
+    if (counts.allocations == failingAllocation) {
+        throw std::bad_alloc();
+    }
+}
+
+void* required(void* block) {
     if (block == nullptr) {
         throw std::bad_alloc();
     }
-    ++counts.allocations;
-    counts.bytes += size;
     return block;
 }
 
 void* allocate(std::size_t size) {
-    return counted(size, std::malloc(std::max<std::size_t>(size, 1)));
+    count(size);
+    return required(std::malloc(std::max<std::size_t>(size, 1)));
 }
 
 void* allocateAligned(std::size_t size, std::size_t alignment) {
+    count(size);
     // The size must be a multiple of the alignment.
     const std::size_t rounded = (std::max<std::size_t>(size, 1) + alignment - 1) & ~(alignment - 1);
-    return counted(size, std::aligned_alloc(alignment, rounded));
+    return required(std::aligned_alloc(alignment, rounded));
 }
 
 void* allocateOrNull(std::size_t size) noexcept {
@@ -41,6 +51,14 @@ void* allocateOrNull(std::size_t size) noexcept {
 
 AllocationCounts allocationCounts() noexcept {
     return counts;
+}
+
+void failAllocationAfter(std::uint64_t successes) noexcept {
+    failingAllocation = counts.allocations + successes + 1;
+}
+
+void failNoAllocation() noexcept {
+    failingAllocation = 0;
 }
 
 }  // namespace foundation::httpclient_core::testing

@@ -1,4 +1,4 @@
-#include "tests/url/FailingAllocations.h"
+#include "tests/support/AllocationCounter.h"
 
 #include <foundation/httpclient_core/QueryParameters.h>
 
@@ -31,7 +31,7 @@ bool isSample(const QueryParameters& query) {
 
 TEST(QueryParametersAllocationTest, AllocationsAreCountedAndFail) {
     EXPECT_EQ(allocationsOf([] { const std::string copy(longValue); }), 1U);
-    EXPECT_EQ(failEachAllocation([] { const std::string copy(longValue); }, [] {}), 1);
+    EXPECT_EQ(failEachAllocation([] { const std::string copy(longValue); }, [] {}), 1U);
 }
 
 TEST(QueryParametersAllocationTest, EmptyQueryCostsNoMoreThanAnEmptyCollection) {
@@ -67,9 +67,9 @@ TEST(QueryParametersAllocationTest, ParsingCostsTheRawTextOneRoomForAllAndLongTe
 
 TEST(QueryParametersAllocationTest, TextOfSeparatorsGetsNoRoomForEachOfThem) {
     const std::string text(1'000'000, '&');
-    const std::size_t before = testing::allocatedBytes();
+    const testing::AllocationCounts before = testing::allocationCounts();
     EXPECT_TRUE(QueryParameters(text).empty());
-    EXPECT_LT(testing::allocatedBytes() - before, text.size() + 100'000);
+    EXPECT_LT((testing::allocationCounts() - before).bytes, text.size() + 100'000);
 }
 
 TEST(QueryParametersAllocationTest, ReadsAllocateTheirResultOnly) {
@@ -103,11 +103,11 @@ TEST(QueryParametersAllocationTest, PrintingCostsOneAllocationOfAnyLength) {
 }
 
 TEST(QueryParametersAllocationTest, FailedParsingReportsTheFailureAndLosesNothing) {
-    EXPECT_GT(failEachAllocation([] { const QueryParameters query(longText); }, [] {}), 3);
+    EXPECT_GT(failEachAllocation([] { const QueryParameters query(longText); }, [] {}), 3U);
     QueryParameters query = sample();
     EXPECT_GT(failEachAllocation([&] { query = QueryParameters(longText); },
                                  [&] { EXPECT_TRUE(isSample(query)); }),
-              3);
+              3U);
     EXPECT_EQ(query.size(), 3U);
 }
 
@@ -115,17 +115,17 @@ TEST(QueryParametersAllocationTest, FailedAdditionLeavesTheQueryUnchanged) {
     QueryParameters query = sample();
     EXPECT_GT(failEachAllocation([&] { query.addQueryParameter(longKey + "!", longValue); },
                                  [&] { EXPECT_TRUE(isSample(query)); }),
-              0);
+              0U);
     EXPECT_EQ(query.size(), 3U);
 }
 
 TEST(QueryParametersAllocationTest, FailedReadsChangeNothing) {
     const QueryParameters query = sample();
     const auto unchanged = [&] { EXPECT_TRUE(isSample(query)); };
-    EXPECT_GT(failEachAllocation([&] { query.toString(); }, unchanged), 0);
-    EXPECT_GT(failEachAllocation([&] { query.toUnencodedString(); }, unchanged), 0);
-    EXPECT_GT(failEachAllocation([&] { query.getAllParameterValues(longKey); }, unchanged), 0);
-    EXPECT_GT(failEachAllocation([&] { const QueryParameters copy(query); }, unchanged), 0);
+    EXPECT_GT(failEachAllocation([&] { query.toString(); }, unchanged), 0U);
+    EXPECT_GT(failEachAllocation([&] { query.toUnencodedString(); }, unchanged), 0U);
+    EXPECT_GT(failEachAllocation([&] { query.getAllParameterValues(longKey); }, unchanged), 0U);
+    EXPECT_GT(failEachAllocation([&] { const QueryParameters copy(query); }, unchanged), 0U);
 }
 
 }  // namespace

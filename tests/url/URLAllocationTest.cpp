@@ -1,4 +1,4 @@
-#include "tests/url/FailingAllocations.h"
+#include "tests/support/AllocationCounter.h"
 
 #include <foundation/httpclient_core/URL.h>
 
@@ -99,7 +99,7 @@ TEST_P(URLSetterAllocationTest, FailureLeavesTheURLUnchanged) {
                                          EXPECT_EQ(url.getFragment(), before.getFragment());
                                          EXPECT_EQ(url.getQueryParameters().toString(), query);
                                      }),
-                  0);
+                  0U);
         EXPECT_FALSE(url == before);
     }
 }
@@ -123,10 +123,10 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(URLAllocationTest, FailedReadsReportTheFailureAndChangeNothing) {
     const URL url(longText);
     const auto unchanged = [&] { EXPECT_TRUE(url == URL(longText)); };
-    EXPECT_EQ(failEachAllocation([&] { const URL copy(longText); }, unchanged), 1);
-    EXPECT_EQ(failEachAllocation([&] { const URL copy(url); }, unchanged), 1);
-    EXPECT_EQ(failEachAllocation([&] { url.toAsciiString(); }, unchanged), 1);
-    EXPECT_GT(failEachAllocation([&] { url.getQueryParameters(); }, unchanged), 0);
+    EXPECT_EQ(failEachAllocation([&] { const URL copy(longText); }, unchanged), 1U);
+    EXPECT_EQ(failEachAllocation([&] { const URL copy(url); }, unchanged), 1U);
+    EXPECT_EQ(failEachAllocation([&] { url.toAsciiString(); }, unchanged), 1U);
+    EXPECT_GT(failEachAllocation([&] { url.getQueryParameters(); }, unchanged), 0U);
     EXPECT_EQ(url.getQueryParameters().getParameterValue("order"), "by price");
 }
 
