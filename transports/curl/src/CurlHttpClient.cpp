@@ -2,6 +2,7 @@
 
 #include "Engine.h"
 #include "GuardedHandler.h"
+#include "SharedPrompt.h"
 
 #include <foundation/httpclient_core/detail/BackoffHook.h>
 
@@ -40,10 +41,12 @@ private:
 
 CurlHttpClient::CurlHttpClient() : CurlHttpClient(nullptr) {}
 
-CurlHttpClient::CurlHttpClient(std::shared_ptr<core::ProxyCredentialPrompt> prompt)
-    : prompt_(std::move(prompt)) {
+CurlHttpClient::CurlHttpClient(std::shared_ptr<core::ProxyCredentialPrompt> prompt) {
     initializeLibrary();
     engine_ = std::make_shared<Engine>();
+    if (prompt != nullptr) {
+        prompt_ = std::make_shared<SharedPrompt>(std::move(prompt), engine_->credentials());
+    }
 }
 
 CurlHttpClient::~CurlHttpClient() {
@@ -63,9 +66,9 @@ std::shared_ptr<core::ProxyCredentialStore> CurlHttpClient::proxyCredentialStore
 }
 
 std::shared_ptr<core::ProxyCredentialPrompt> CurlHttpClient::proxyCredentialPrompt(
-    const core::HttpResponse& /*response*/,
+    const core::HttpResponse& response,
     const std::exception_ptr& /*error*/) const {
-    return prompt_;
+    return prompt_ != nullptr ? std::make_shared<RequestPrompt>(prompt_, response) : nullptr;
 }
 
 TransferSettings CurlHttpClient::settingsFor(const core::HttpRequest& request) const {

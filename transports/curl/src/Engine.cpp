@@ -62,6 +62,13 @@ private:
 Engine::Engine() = default;
 Engine::~Engine() = default;
 
+Exchange::Shared Engine::shared() {
+    return {.proxies = proxies_,
+            .credentials = *credentials_,
+            .proxyKnowledge = proxyKnowledge_,
+            .shares = shares_};
+}
+
 void Engine::setLimits(int threads, int perThread) {
     const std::lock_guard lock(mutex_);
     maxWorkers_ = std::clamp(threads, 1, 64);
@@ -80,8 +87,7 @@ void Engine::send(core::HttpRequest& request,
     const std::shared_ptr<RequestRecord> record =
         scope != nullptr ? scope->record() : std::make_shared<RequestRecord>();
     SyncLease lease(*this, record);
-    Exchange exchange(request, response, std::move(settings), record->cancelled,
-                      {.proxies = proxies_, .credentials = *credentials_});
+    Exchange exchange(request, response, std::move(settings), record->cancelled, shared());
     lease.driver().start(exchange);
     while (lease.driver().turn().empty()) {
         lease.driver().wait(Clock::time_point::max());
@@ -130,9 +136,9 @@ void Engine::sendAsync(core::HttpRequest request,
     if (scope != nullptr && scope->record() == record) {
         delay = scope->takeDelay();
     }
-    auto attempt = std::make_unique<AsyncAttempt>(
-        std::move(request), std::move(response), std::move(handler), std::move(record),
-        std::move(settings), Exchange::Shared{.proxies = proxies_, .credentials = *credentials_});
+    auto attempt =
+        std::make_unique<AsyncAttempt>(std::move(request), std::move(response), std::move(handler),
+                                       std::move(record), std::move(settings), shared());
     {
         const std::lock_guard lock(mutex_);
         if (!stopping_ && !attempt->record->cancelled) {

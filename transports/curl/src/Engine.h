@@ -3,8 +3,10 @@
 #include "CredentialStore.h"
 #include "Driver.h"
 #include "Executor.h"
+#include "ProxyKnowledge.h"
 #include "ProxyResolver.h"
 #include "RequestRecord.h"
+#include "TransferShares.h"
 #include "Worker.h"
 
 #include <chrono>
@@ -78,6 +80,7 @@ private:
     };
     class SyncLease;
 
+    Exchange::Shared shared();
     std::shared_ptr<RequestRecord> useRecord(unsigned long id);
     void releaseRecord(const std::shared_ptr<RequestRecord>& record);
     void forget(const std::shared_ptr<RequestRecord>& record);
@@ -93,6 +96,8 @@ private:
 
     const ProxyResolver proxies_;
     const std::shared_ptr<CredentialStore> credentials_ = std::make_shared<CredentialStore>();
+    ProxyKnowledge proxyKnowledge_;
+    const TransferShares shares_;  ///< Outlives all that transfers.
     const std::shared_ptr<Executor> executor_ = std::make_shared<Executor>();
 
     std::mutex mutex_;  ///< Guards all that follows.

@@ -9,6 +9,7 @@
 namespace foundation::httpclient_curl {
 
 class Engine;
+class SharedPrompt;
 struct TransferSettings;
 
 /// An HttpClient whose transport is libcurl: HTTP/1.1 over TCP or a unix domain socket, HTTP/2 over TLS
@@ -126,7 +127,7 @@ protected:
 private:
     TransferSettings settingsFor(const httpclient_core::HttpRequest& request) const;
 
-    std::shared_ptr<httpclient_core::ProxyCredentialPrompt> prompt_;
+    std::shared_ptr<SharedPrompt> prompt_;  ///< Null asks nobody.
     std::shared_ptr<Engine> engine_;
 };
 
