@@ -105,15 +105,20 @@ Exchange::Next Exchange::begin() noexcept {
 void Exchange::prepare() {
     // A code other than "not made" means that the core sends a request again after a proxy refused it.
     // That is the one way on which neither the response nor the request body was made ready.
+    const bool keepsBody = history_.held.has_value();
+    history_.held.reset();
     if (response_.getResponseCode() != HttpResponseCode::RequestNotMade) {
         response_.setResponseCodeAndReason(HttpResponseCode::RequestNotMade, "Request Not Made");
         response_.setHeaders({});
-        response_.resetResponseBody();
+        if (!keepsBody) {
+            response_.resetResponseBody();
+        }
         if (request_.hasRequestBody()) {
             seekRead(request_.getRequestBody(), 0);
         }
     }
-    guard_ = std::make_unique<ResumeGuard>(request_, response_, settings_.resumeOnRetry);
+    guard_ = std::make_unique<ResumeGuard>(request_, response_, settings_.resumeOnRetry,
+                                           history_.isAttended);
     if (cancelled_) {
         throw HttpRequestCancelledException();
     }
@@ -330,10 +335,14 @@ void Exchange::onBlock() {
 void Exchange::commit(const HeaderBlock& block) {
     hop_->undecided = false;
     const ResumeGuard::Verdict verdict = guard_->judge(block);
-    if (verdict == ResumeGuard::Verdict::StartOver) {
-        startsOver_ = true;
-        return;
+    startsOver_ = verdict == ResumeGuard::Verdict::StartOver;
+    hop_->compares = verdict == ResumeGuard::Verdict::Compare;
+    if (!startsOver_ && !hop_->compares) {
+        deliver(block, verdict);
     }
+}
+
+void Exchange::deliver(const HeaderBlock& block, ResumeGuard::Verdict verdict) {
     committed_ = true;
     core::HttpHeaders headers = block.headers();
     const auto& proxy = hop_->proxy;
@@ -341,30 +350,64 @@ void Exchange::commit(const HeaderBlock& block) {
         headers.addHeaderValue(proxyInfoHeader, proxy->info);
     }
     response_.setResponseCodeAndReason(block.code(), block.reason());
+    if (verdict == ResumeGuard::Verdict::HoldAside) {
+        history_.held.emplace(block.code(), headers);
+        history_.held->beginPage(guard_->tail());
+        headers = HeldAnswer::keeping(std::move(headers));
+    }
     response_.setHeaders(std::move(headers));
     guard_->commit(block, verdict);
 }
 
 void Exchange::onBody(std::string_view data) {
+    received_ += static_cast<std::int64_t>(data.size());
     if (hop_->redirects) {
         constexpr std::int64_t worthReading = 65536;
         hop_->swallowedBytes += static_cast<std::int64_t>(data.size());
+        guard_->addDropped(data.size());
         hop_->givesUpBody = hop_->swallowedBytes > worthReading;
         return;
     }
     if (hop_->undecided) {
         commit(hop_->block);
     }
+    if (hop_->compares && !committed_ && !startsOver_) {
+        startsOver_ = !guard_->compare(data);
+        if (!startsOver_ && !guard_->isComparing()) {
+            deliver(hop_->block, ResumeGuard::Verdict::Accept);
+        }
+    }
     if (!committed_ || startsOver_) {
         return;
     }
+    if (history_.held.has_value()) {
+        if (history_.held->add(data)) {
+            guard_->addDropped(data.size());
+            return;
+        }
+        spillPage();
+    }
+    if (!data.empty()) {
+        append(data);
+    }
+    reportProgress(Clock::now(), false);
+}
+
+void Exchange::append(std::string_view data) {
     bodyBegun_ = true;
     if (!writeTo(response_.getResponseBody(), data)) {
         throw HttpRequestFailedException("The response body stream refused data");
     }
-    received_ += static_cast<std::int64_t>(data.size());
+    appended_ += static_cast<std::int64_t>(data.size());
     guard_->addReceived(data.size());
-    reportProgress(Clock::now(), false);
+}
+
+// The page is too large to wait in memory; what was kept for its sake is given up.
+void Exchange::spillPage() {
+    const HeldAnswer answer = *std::exchange(history_.held, std::nullopt);
+    response_.setHeaders(answer.headers());
+    guard_->replaceByPage(answer.page().size());
+    append(answer.page());
 }
 
 std::size_t Exchange::onRead(char* buffer, std::size_t size) {
@@ -389,10 +432,11 @@ void Exchange::reportProgress(Clock::time_point now, bool isLast) {
     }
     lastProgress_ = now;
     core::Progress progress;
-    progress.downloaded = received_;
-    if (committed_) {
-        progress.downloadTotal = std::max<std::int64_t>(
-            info<curl_off_t>(handle(), CURLINFO_CONTENT_LENGTH_DOWNLOAD_T), 0);
+    progress.downloaded = guard_->held() - history_.progressShift;
+    progress.downloadTotal = -history_.progressShift;
+    const auto length = info<curl_off_t>(handle(), CURLINFO_CONTENT_LENGTH_DOWNLOAD_T);
+    if (committed_ && length > 0 && !history_.held.has_value()) {
+        progress.downloadTotal += guard_->held() - appended_ - guard_->overlapSize() + length;
     }
     progress.uploaded = info<curl_off_t>(handle(), CURLINFO_SIZE_UPLOAD_T);
     progress.uploadTotal =
@@ -408,7 +452,7 @@ Deadlines::State Exchange::state() const {
     state.sent = !upload_.has_value() || upload_->isFinished();
     state.answered = hop_->answered;
     state.uploaded = info<curl_off_t>(handle(), CURLINFO_SIZE_UPLOAD_T);
-    state.downloaded = hop_->headerBytes + hop_->swallowedBytes + received_;
+    state.downloaded = hop_->headerBytes + received_;
     return state;
 }
 
@@ -467,6 +511,10 @@ Exchange::Next Exchange::conclude(CURLcode code) {
     if (startsOver_) {
         restart();
         return Next::Again;
+    }
+    if (hop_->compares && !committed_) {
+        // Broken off before anything could be appended.
+        deliver(hop_->block, ResumeGuard::Verdict::Accept);
     }
     // However its body ended, the redirect itself was complete.
     if (hop_->redirects) {
@@ -590,12 +638,36 @@ void Exchange::settleResponse() noexcept {
         }
         if (guard_ != nullptr) {
             guard_->leaveMark(error_ != nullptr);
+            keepBodyForRetry();
         }
     } catch (...) {
         // Only the caller's own callbacks throw here, and the first error says more.
         if (error_ == nullptr) {
             error_ = std::current_exception();
         }
+    }
+}
+
+void Exchange::keepBodyForRetry() {
+    const HttpResponseCode code = response_.getResponseCode();
+    if (!history_.isAttended || code == HttpResponseCode::RequestNotMade) {
+        // The core leaves the response of a request that was not made as it is.
+        return;
+    }
+    core::HttpHeaders headers = response_.getHeaders();
+    const bool saysSo = headers.getHeaderValueOr("Accept-Ranges", {}) == "bytes";
+    if (guard_->isResumable() && !saysSo) {
+        history_.held.emplace(code, headers);
+        response_.setHeaders(HeldAnswer::keeping(std::move(headers)));
+    }
+    // Deliberate: the core adds the position of the body to every progress report of the next attempts,
+    // again for each of them. What it adds is taken off beforehand, so that the caller sees the truth.
+    const bool isShifted = settings_.resumeOnRetry && request_.hasProgressCallback() &&
+                           code != HttpResponseCode::RangeNotSatisfiable &&
+                           (guard_->isResumable() || (saysSo && bodyBegun_));
+    if (isShifted) {
+        history_.progressShift +=
+            std::max<std::int64_t>(writePosition(response_.getResponseBody()), 0);
     }
 }
 
@@ -614,6 +686,13 @@ void Exchange::report() noexcept {
         report_.code = response_.getResponseCode();
         report_.error = error_;
         report_.redirects = redirects_;
+        report_.bytesReceived = received_;
+        if (guard_ != nullptr) {
+            report_.bytesKept = guard_->account().kept;
+            report_.bytesDiscarded = guard_->account().discarded;
+            report_.resumed = guard_->isResumed();
+            report_.validator = guard_->validator();
+        }
         if (hop_ != nullptr && hop_->easy != nullptr) {
             describeTransfer(handle(), report_);
         }

@@ -87,6 +87,7 @@ private:
         bool answered = false;       ///< A byte of the answer has come.
         bool hasProxyLogin = false;  ///< libcurl may repeat the request after a 407.
         bool undecided = false;      ///< The block is delivered unless libcurl repeats the request.
+        bool compares = false;     ///< The block is delivered once its body proved to continue ours.
         bool redirects = false;    ///< The answer sends the client elsewhere; its body is dropped.
         bool givesUpBody = false;  ///< Ended on purpose in the body of a redirect.
     };
@@ -108,6 +109,9 @@ private:
     std::size_t onRead(char* buffer, std::size_t size);
     int onSeek();
     void commit(const HeaderBlock& block);
+    void deliver(const HeaderBlock& block, ResumeGuard::Verdict verdict);
+    void append(std::string_view data);
+    void spillPage();
     void reportProgress(Clock::time_point now, bool isLast);
     Deadlines::State state() const;
 
@@ -115,6 +119,7 @@ private:
     void succeed();
     void describeFailure(CURLcode code);
     void settleResponse() noexcept;
+    void keepBodyForRetry();
     void report() noexcept;
     bool isRefusedTunnel() const;
     TransferContext context() const;
@@ -153,7 +158,8 @@ private:
     bool timedOut_ = false;
     bool aborted_ = false;  ///< By the progress callback.
     bool sent_ = false;     ///< Some hop got as far as sending.
-    std::int64_t received_ = 0;
+    std::int64_t received_ = 0;  ///< Body bytes that came, those of redirects and dropped ones too.
+    std::int64_t appended_ = 0;  ///< Body bytes that went into the response body.
     std::exception_ptr callbackError_;
     bool isLasting_ = false;  ///< The next attempt would meet the error again.
     std::exception_ptr error_;
