@@ -143,7 +143,7 @@ void Exchange::prepare() {
 
 void Exchange::configureHop() {
     // A fresh handle for each hop: one that has been reset after an HTTP/2 transfer refuses options.
-    hop_ = std::make_unique<Hop>(settings_);
+    hop_ = std::make_unique<Hop>(settings_, shared_.options.maxResponseHeaderFields);
     hop_->easy.reset(requireMemory(curl_easy_init()));
     CURL* easy = handle();
     setOption(easy, CURLOPT_URL, url_->text().c_str());
@@ -211,6 +211,8 @@ void Exchange::configureCallbacks(CURL* easy) {
     setOption(easy, CURLOPT_HEADERDATA, this);
     setOption(easy, CURLOPT_WRITEFUNCTION, &Exchange::writeCallback);
     setOption(easy, CURLOPT_WRITEDATA, this);
+    setOption(easy, CURLOPT_DEBUGFUNCTION, &Exchange::debugCallback);
+    setOption(easy, CURLOPT_DEBUGDATA, this);
 }
 
 void Exchange::configureBody(CURL* easy) {
@@ -276,6 +278,20 @@ std::size_t Exchange::writeCallback(char* data, std::size_t size, std::size_t co
                                                                : CURL_WRITEFUNC_ERROR;
 }
 
+int Exchange::debugCallback(CURL* /*easy*/,
+                            curl_infotype type,
+                            char* data,
+                            std::size_t size,
+                            void* self) {
+    if (type == CURLINFO_DATA_IN) {
+        auto* exchange = static_cast<Exchange*>(self);
+        const std::string_view bytes(data, size);
+        // What comes after a flaw meets its error: the bytes go no further.
+        exchange->guarded([=] { exchange->onRawBody(bytes); });
+    }
+    return 0;
+}
+
 std::size_t Exchange::readCallback(char* data, std::size_t size, std::size_t count, void* self) {
     auto* exchange = static_cast<Exchange*>(self);
     std::size_t got = 0;
@@ -296,6 +312,11 @@ int Exchange::seekCallback(void* self, curl_off_t offset, int origin) {
 void Exchange::onHeader(std::string_view line) {
     hop_->answered = true;
     hop_->headerBytes += static_cast<std::int64_t>(line.size());
+    const std::int64_t most = shared_.options.maxResponseHeaderBytes;
+    if (hop_->headerBytes > most) {
+        throw HttpRequestFailedException("The response headers are larger than " +
+                                         std::to_string(most) + " bytes");
+    }
     if (HeaderBlock::isStatusLine(line)) {
         hop_->inBlock = !committed_;
         hop_->undecided = false;
@@ -317,6 +338,15 @@ void Exchange::onBlock() {
     if (isInformational(code) && code != HttpResponseCode::SwitchingProtocols) {
         return;
     }
+    if (const std::optional<std::string> flaw = framingFlaw(block)) {
+        refuseAnswer(*flaw);
+    }
+    if (isChunked(block)) {
+        // The only way to see a chunked body as it came.
+        setOption(handle(), CURLOPT_VERBOSE, 1L);
+        hop_->isChunked = method_ != HttpMethod::HEAD && code != HttpResponseCode::NoContent &&
+                          code != HttpResponseCode::NotModified;
+    }
     if (settings_.followRedirects && isRedirect(code) && block.headers().hasHeader("Location")) {
         tooManyRedirects_ = redirects_ >= settings_.maxRedirects;
         if (!tooManyRedirects_) {
@@ -329,6 +359,26 @@ void Exchange::onBlock() {
         (code == HttpResponseCode::ExpectationFailed && headers_->hasExpect());
     if (!hop_->undecided) {
         commit(block);
+    }
+}
+
+void Exchange::onRawBody(std::string_view data) {
+    if (!hop_->chunks.add(data)) {
+        refuseAnswer("its chunks make no sense");
+    }
+}
+
+void Exchange::refuseAnswer(const std::string& flaw) {
+    guard_->distrust();
+    isRefused_ = true;
+    std::rethrow_exception(transferFailure("The answer is malformed: " + flaw, context()));
+}
+
+void Exchange::requireRoomFor(std::int64_t bytes) const {
+    const std::int64_t most = shared_.options.maxResponseBodyBytes;
+    if (most >= 0 && bytes > most) {
+        throw HttpRequestFailedException("The response body is larger than " +
+                                         std::to_string(most) + " bytes");
     }
 }
 
@@ -357,6 +407,11 @@ void Exchange::deliver(const HeaderBlock& block, ResumeGuard::Verdict verdict) {
     }
     response_.setHeaders(std::move(headers));
     guard_->commit(block, verdict);
+    if (method_ != HttpMethod::HEAD && block.code() != HttpResponseCode::NotModified &&
+        verdict != ResumeGuard::Verdict::HoldAside) {
+        requireRoomFor(guard_->held() + declaredLength(block).value_or(0) -
+                       (verdict == ResumeGuard::Verdict::Accept ? guard_->overlapSize() : 0));
+    }
 }
 
 void Exchange::onBody(std::string_view data) {
@@ -394,6 +449,7 @@ void Exchange::onBody(std::string_view data) {
 }
 
 void Exchange::append(std::string_view data) {
+    requireRoomFor(guard_->held() + static_cast<std::int64_t>(data.size()));
     bodyBegun_ = true;
     if (!writeTo(response_.getResponseBody(), data)) {
         throw HttpRequestFailedException("The response body stream refused data");
@@ -499,7 +555,7 @@ Exchange::Next Exchange::conclude(CURLcode code) {
         callbackError_ = hop_->form->takeError();
     }
     if (callbackError_ != nullptr) {
-        isLasting_ = true;
+        isLasting_ = !isRefused_;
         std::rethrow_exception(std::exchange(callbackError_, nullptr));
     }
     if (timedOut_) {
@@ -534,6 +590,10 @@ Exchange::Next Exchange::conclude(CURLcode code) {
 void Exchange::succeed() {
     if (!committed_) {
         throw HttpRequestFailedException("The server sent no answer");
+    }
+    if (hop_->isChunked && !hop_->chunks.isComplete()) {
+        guard_->distrust();
+        throw HttpRequestFailedException("The chunked body ended before its last line");
     }
     guard_->requireWhole();
     if (bodyBegun_ && !response_.getResponseBody().flush()) {
