@@ -19,6 +19,12 @@ void initializeLibrary() {
     }
 }
 
+CurlClientOptions optionsWith(std::shared_ptr<core::ProxyCredentialPrompt> prompt) {
+    CurlClientOptions options;
+    options.credentialPrompt = std::move(prompt);
+    return options;
+}
+
 /// A synchronous request under way, from its first attempt to its last.
 class SyncCall {
 public:
@@ -38,12 +44,14 @@ private:
 
 }  // namespace
 
-CurlHttpClient::CurlHttpClient() : CurlHttpClient(nullptr) {}
+CurlHttpClient::CurlHttpClient() : CurlHttpClient(CurlClientOptions()) {}
 
 CurlHttpClient::CurlHttpClient(std::shared_ptr<core::ProxyCredentialPrompt> prompt)
-    : prompt_(std::move(prompt)) {
+    : CurlHttpClient(optionsWith(std::move(prompt))) {}
+
+CurlHttpClient::CurlHttpClient(CurlClientOptions options) {
     initializeLibrary();
-    engine_ = std::make_shared<Engine>();
+    engine_ = std::make_shared<Engine>(std::move(options));
 }
 
 CurlHttpClient::~CurlHttpClient() {
@@ -65,7 +73,7 @@ std::shared_ptr<core::ProxyCredentialStore> CurlHttpClient::proxyCredentialStore
 std::shared_ptr<core::ProxyCredentialPrompt> CurlHttpClient::proxyCredentialPrompt(
     const core::HttpResponse& /*response*/,
     const std::exception_ptr& /*error*/) const {
-    return prompt_;
+    return engine_->options().credentialPrompt;
 }
 
 TransferSettings CurlHttpClient::settingsFor(const core::HttpRequest& request) const {
@@ -104,6 +112,10 @@ void CurlHttpClient::sendAsyncRequest(core::HttpRequest request,
 unsigned long CurlHttpClient::makeAsyncRequest(core::HttpRequest request,
                                                core::CompletionHandler handler) {
     const auto delivery = std::make_shared<Delivery>(engine_, request);
+    const auto record = std::make_shared<RequestRecord>();
+    record->history.isStarting = true;
+    record->history.isAttended = true;
+    const RequestScope scope(*engine_, record);
     const unsigned long id = HttpClient::makeAsyncRequest(
         std::move(request), core::CompletionHandler(GuardedHandler(std::move(handler), delivery)));
     delivery->requestStarted();

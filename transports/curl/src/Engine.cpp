@@ -59,7 +59,7 @@ private:
     std::unique_ptr<Driver> driver_;
 };
 
-Engine::Engine() = default;
+Engine::Engine(CurlClientOptions options) : options_(std::move(options)) {}
 Engine::~Engine() = default;
 
 void Engine::setLimits(int threads, int perThread) {
@@ -76,12 +76,14 @@ void Engine::setLimits(int threads, int perThread) {
 void Engine::send(core::HttpRequest& request,
                   core::HttpResponse& response,
                   TransferSettings settings) {
-    const RequestScope* scope = RequestScope::current(*this);
+    RequestScope* scope = RequestScope::current(*this);
     const std::shared_ptr<RequestRecord> record =
         scope != nullptr ? scope->record() : std::make_shared<RequestRecord>();
+    const bool isAttempt = scope != nullptr && scope->owns(request, response);
     SyncLease lease(*this, record);
-    Exchange exchange(request, response, std::move(settings), record->cancelled,
-                      {.proxies = proxies_, .credentials = *credentials_});
+    Exchange exchange(request, response, std::move(settings), *record,
+                      isAttempt && record->history.isAttended ? &record->history : nullptr,
+                      shared());
     lease.driver().start(exchange);
     while (lease.driver().turn().empty()) {
         lease.driver().wait(Clock::time_point::max());
@@ -93,6 +95,7 @@ void Engine::send(core::HttpRequest& request,
 
 std::shared_ptr<RequestRecord> Engine::beginSync() {
     auto record = std::make_shared<RequestRecord>();
+    record->history.isAttended = true;
     const std::lock_guard lock(mutex_);
     record->cancelled = stopping_;
     syncRecords_.push_back(record);
@@ -130,9 +133,9 @@ void Engine::sendAsync(core::HttpRequest request,
     if (scope != nullptr && scope->record() == record) {
         delay = scope->takeDelay();
     }
-    auto attempt = std::make_unique<AsyncAttempt>(
-        std::move(request), std::move(response), std::move(handler), std::move(record),
-        std::move(settings), Exchange::Shared{.proxies = proxies_, .credentials = *credentials_});
+    auto attempt =
+        std::make_unique<AsyncAttempt>(std::move(request), std::move(response), std::move(handler),
+                                       std::move(record), std::move(settings), shared());
     {
         const std::lock_guard lock(mutex_);
         if (!stopping_ && !attempt->record->cancelled) {
@@ -153,7 +156,10 @@ void Engine::sendAsync(core::HttpRequest request,
 std::shared_ptr<RequestRecord> Engine::useRecord(unsigned long id) {
     std::shared_ptr<RequestRecord>& record = records_[id];
     if (record == nullptr) {
-        record = std::make_shared<RequestRecord>();
+        const RequestScope* scope = RequestScope::current(*this);
+        const bool isStarting = scope != nullptr && scope->record()->history.isStarting;
+        record = isStarting ? scope->record() : std::make_shared<RequestRecord>();
+        record->history.isStarting = false;
         record->id = id;
         record->sequence = nextSequence_++;
     }
@@ -182,6 +188,7 @@ void Engine::forget(const std::shared_ptr<RequestRecord>& record) {
 void Engine::deliveryBegins() {
     const RequestScope* scope = RequestScope::current(*this);
     if (scope != nullptr) {
+        scope->record()->history.isDelivered = true;
         const std::lock_guard lock(mutex_);
         forget(scope->record());
     }

@@ -7,6 +7,8 @@
 #include "RequestRecord.h"
 #include "Worker.h"
 
+#include <foundation/httpclient_curl/CurlClientOptions.h>
+
 #include <chrono>
 #include <condition_variable>
 #include <map>
@@ -24,11 +26,12 @@ class Engine : public std::enable_shared_from_this<Engine> {
 public:
     using Clock = Exchange::Clock;
 
-    Engine();
+    explicit Engine(CurlClientOptions options);
     Engine(const Engine&) = delete;
     Engine& operator=(const Engine&) = delete;
     ~Engine();
 
+    const CurlClientOptions& options() const noexcept { return options_; }
     /// How many attempts are under way at once: threads times attempts for each.
     void setLimits(int threads, int perThread);
     const std::shared_ptr<CredentialStore>& credentials() const noexcept { return credentials_; }
@@ -58,6 +61,10 @@ public:
     void waitFor(const RequestRecord& record, std::chrono::milliseconds delay);
     /// The request of the calling thread is about to reach its caller: it cannot be cancelled any more.
     void deliveryBegins();
+
+    Exchange::Shared shared() const noexcept {
+        return {.proxies = proxies_, .credentials = *credentials_, .options = options_};
+    }
 
     // For workers.
     struct WorkerOrders {
@@ -91,6 +98,7 @@ private:
     std::vector<AttemptPointer> takeWaiting(const RequestRecord* record);
     void completeCancelled(std::vector<AttemptPointer> attempts);
 
+    const CurlClientOptions options_;
     const ProxyResolver proxies_;
     const std::shared_ptr<CredentialStore> credentials_ = std::make_shared<CredentialStore>();
     const std::shared_ptr<Executor> executor_ = std::make_shared<Executor>();
