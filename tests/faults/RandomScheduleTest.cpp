@@ -34,14 +34,22 @@ TEST(RandomScheduleTest, NoBodyIsSilentlyWrong) {
     EXPECT_GT(tally.exact, run.operations() * 3 / 4) << tally;
 }
 
+// Without what depends on the time of day.
+std::string described(std::uint64_t seed) {
+    Schedule schedule = makeSchedule(seed);
+    for (Version& version : schedule.versions) {
+        version.modified.clear();
+    }
+    for (Step& step : schedule.steps) {
+        step.retryAfter.clear();
+    }
+    return (std::ostringstream() << schedule).str();
+}
+
 TEST(RandomScheduleTest, FollowsFromItsSeed) {
     for (std::uint64_t seed = 0; seed < 20; ++seed) {
-        std::ostringstream first;
-        std::ostringstream second;
-        first << makeSchedule(seed);
-        second << makeSchedule(seed);
-        EXPECT_EQ(first.str(), second.str());
-        EXPECT_NE(first.str(), (std::ostringstream() << makeSchedule(seed + 1)).str());
+        EXPECT_EQ(described(seed), described(seed));
+        EXPECT_NE(described(seed), described(seed + 1));
     }
 }
 
