@@ -35,8 +35,8 @@ TEST_P(TransportContract, FillsTheResponse) {
         EXPECT_EQ(ended.response.getResponseCodeReason(), "Gone Fishing");
         EXPECT_EQ(ended.response.getHeaderValue("X-Answer"), "yes");
         EXPECT_EQ(ended.body(), "abc");
-        EXPECT_EQ(received().back().path, "/path");
-        EXPECT_EQ(received().back().method, "GET");
+        EXPECT_EQ(lastReceived().path, "/path");
+        EXPECT_EQ(lastReceived().method, "GET");
     });
 }
 
@@ -47,9 +47,9 @@ TEST_P(TransportContract, SendsHeadersAndBody) {
         request.setHeaderValue("X-Question", "why");
         request.setHeaderValue("Content-Length", "8");
         EXPECT_EQ(attempt(road, std::move(request)).error, nullptr);
-        EXPECT_EQ(received().back().method, "POST");
-        EXPECT_EQ(received().back().headers.getHeaderValue("X-Question"), "why");
-        EXPECT_EQ(received().back().body, "the body");
+        EXPECT_EQ(lastReceived().method, "POST");
+        EXPECT_EQ(lastReceived().headers.getHeaderValue("X-Question"), "why");
+        EXPECT_EQ(lastReceived().body, "the body");
     });
 }
 
@@ -92,7 +92,7 @@ TEST_P(TransportContract, AppendsToABodyThatIsContinued) {
         const Ended ended = attempt(road, std::move(request), std::move(response));
         EXPECT_EQ(ended.error, nullptr) << ended.message();
         EXPECT_EQ(ended.body(), "abcdef");
-        EXPECT_EQ(received().back().headers.getHeaderValue("Range"), "bytes=3-");
+        EXPECT_EQ(lastReceived().headers.getHeaderValue("Range"), "bytes=3-");
     });
 }
 
@@ -151,7 +151,7 @@ TEST_P(TransportContract, StartsOverWhereAnAnsweredRequestIsSentAgain) {
         EXPECT_EQ(ended.body(), "new");
         EXPECT_FALSE(ended.response.hasHeader("X-Old"));
         EXPECT_TRUE(ended.response.hasHeader("X-New"));
-        EXPECT_EQ(received().back().body, "sent twice");
+        EXPECT_EQ(lastReceived().body, "sent twice");
     });
 }
 

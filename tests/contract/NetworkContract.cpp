@@ -62,7 +62,7 @@ TEST_P(NetworkTransportContract, UpgradeAfterARedirectMakesAFreshRequest) {
         defaultRetryStrategy(5, 0, std::chrono::seconds(1), defaultIsRetriable())));
     onBothRoads([this](ContractRoad road) {
         EXPECT_EQ(run(road, get("/old")).body(), "fresh");
-        EXPECT_EQ(received().back().path, "/new");
+        EXPECT_EQ(lastReceived().path, "/new");
     });
 }
 
@@ -114,7 +114,7 @@ TEST_P(NetworkTransportContract, BodyThatBreaksOffIsContinuedToTheByte) {
     onBothRoads([&](ContractRoad road) {
         const Ended ended = run(road, get());
         EXPECT_EQ(ended.body(), content) << ended.message();
-        EXPECT_EQ(received().back().headers.getHeaderValueOr("Range", ""), "bytes=14-");
+        EXPECT_EQ(lastReceived().headers.getHeaderValueOr("Range", ""), "bytes=14-");
     });
 }
 

@@ -157,4 +157,13 @@ std::vector<PeerRequest> TransportContract::received() const {
     return received_;
 }
 
+PeerRequest TransportContract::lastReceived() const {
+    const std::lock_guard lock(mutex_);
+    if (received_.empty()) {
+        ADD_FAILURE() << "nothing reached the peer";
+        return {};
+    }
+    return received_.back();
+}
+
 }  // namespace foundation::httpclient_core::testing

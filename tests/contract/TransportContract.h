@@ -138,6 +138,8 @@ protected:
     Ended run(ContractRoad road, HttpRequest request);
     /// What reached the peer so far.
     std::vector<PeerRequest> received() const;
+    /// The last of them; an empty one, as a failure, where there was none.
+    PeerRequest lastReceived() const;
 
     /// Runs the test's body on either road.
     template <class Body>
