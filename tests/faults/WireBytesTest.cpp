@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <filesystem>
 #include <string>
 #include <utility>
@@ -19,7 +20,8 @@ using httpclient_core::testing::RandomRun;
 
 constexpr std::size_t fileSize = 1000000;
 
-// A file that does not change, under a strong validator, and a network that breaks off up to twelve times.
+// A file that does not change, under a strong validator, and a network that breaks off up to twelve times:
+// in the body, before an answer, inside its head, or with an error page in place of the rest.
 Schedule brokenOffAgainAndAgain(RandomRun& run, Validators validators) {
     Schedule schedule;
     schedule.seed = run.below(1000000);
@@ -37,6 +39,8 @@ Schedule brokenOffAgainAndAgain(RandomRun& run, Validators validators) {
     for (std::size_t i = run.below(13); i > 0; --i) {
         Step step;
         step.cutAfter = run.below(fileSize / 16);
+        constexpr std::array others{Fault::NoAnswer, Fault::CutHead, Fault::ErrorPage};
+        step.fault = run.below(3) == 0 ? others[run.below(others.size())] : Fault::None;
         step.framing = run.below(3) == 0 ? Framing::Chunked : Framing::Length;
         // The bytes of a chunk: many, so that their sizes weigh little.
         step.number = 20000 + run.below(1000);
