@@ -133,6 +133,9 @@ private:
         if (request.hasHeader("Range") && reply.code == core::HttpResponseCode::OK) {
             response.resetResponseBody();  // The whole text comes, not the rest that was asked for.
         }
+        if (reply.code == core::HttpResponseCode::PartialContent) {
+            requireAskedPart(request, reply);
+        }
         std::iostream& body = response.getResponseBody();
         body.clear(body.rdstate() & std::ios::badbit);  // A reader may have met the end.
         body.write(reply.body.data(), static_cast<std::streamsize>(reply.body.size()));
@@ -149,6 +152,20 @@ private:
             response.setResponseCodeAndReason(core::HttpResponseCode::RequestNotMade,
                                               "Request Not Made");
             throw core::HttpRequestCancelledException();
+        }
+    }
+
+    /// What comes is appended to what is held, so it must begin where the request says: of "bytes=3-" and
+    /// "bytes 3-5/6" the text up to the dash.
+    static void requireAskedPart(const core::HttpRequest& request, const Reply& reply) {
+        std::string asked =
+            request.hasHeader("Range") ? request.getHeaderValue("Range") : "bytes=0-";
+        std::string sent = reply.headers.getHeaderValueOr("Content-Range", "");
+        asked = asked.substr(asked.find('=') + 1);
+        sent = sent.substr(std::min(sent.size(), sent.find(' ') + 1));
+        if (asked.substr(0, asked.find('-')) != sent.substr(0, sent.find('-'))) {
+            throw core::HttpRequestFailedException(
+                "The server sent another part than the one asked for.");
         }
     }
 
@@ -203,10 +220,23 @@ private:
                 throw core::HttpRequestCancelledException();
             }
             exchange(attempt.request, attempt.response);
+            if (isCancelled(attempt.requestId)) {
+                throw core::HttpRequestCancelledException();
+            }
+        } catch (const core::HttpRequestCancelledException&) {
+            // With the code of an answer it could be retried.
+            attempt.response.setResponseCodeAndReason(core::HttpResponseCode::RequestNotMade,
+                                                      "Request Not Made");
+            error = std::current_exception();
         } catch (...) {
             error = std::current_exception();
         }
         attempt.handler(std::move(attempt.request), std::move(attempt.response), std::move(error));
+    }
+
+    bool isCancelled(unsigned long requestId) const {
+        const std::lock_guard lock(mutex_);
+        return cancelled_.contains(requestId);
     }
 
     bool isWaiting(unsigned long requestId) const {

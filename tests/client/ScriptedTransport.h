@@ -318,9 +318,18 @@ private:
         if (script.code != HttpResponseCode::RequestNotMade) {
             receive(script, request, response, index);
         }
+        if (seen.asynchronous && isCancelled(seen.requestId)) {
+            markAsNotMade(response);
+            throw HttpRequestCancelledException();
+        }
         if (script.error != nullptr) {
             std::rethrow_exception(script.error);
         }
+    }
+
+    static std::string firstByte(const std::string& range, char behind) {
+        const std::size_t begin = range.find(behind) + 1;
+        return range.substr(begin, range.find('-') - begin);
     }
 
     void receive(const Attempt& attempt,
@@ -329,6 +338,13 @@ private:
                  std::size_t index) const {
         response.setResponseCodeAndReason(attempt.code, attempt.reason);
         response.setHeaders(attempt.headers);
+        // Scripts may leave Content-Range out.
+        if (attempt.code == HttpResponseCode::PartialContent &&
+            attempt.headers.hasHeader("Content-Range") && request.hasHeader("Range") &&
+            firstByte(attempt.headers.getHeaderValue("Content-Range"), ' ') !=
+                firstByte(request.getHeaderValue("Range"), '=')) {
+            throw HttpRequestFailedException("The part does not continue the body.");
+        }
         if (request.hasHeader("Range") && attempt.code == HttpResponseCode::OK) {
             response.resetResponseBody();  // It carries the whole text, not the missing rest.
         }
@@ -400,7 +416,7 @@ private:
 
     void leaveFlight(unsigned long requestId) {
         const std::lock_guard lock(mutex_);
-        inFlight_.erase(requestId);
+        inFlight_.erase(inFlight_.find(requestId));
     }
 
     bool isStopping() const {
@@ -419,8 +435,8 @@ private:
             error = std::current_exception();
         }
         CompletionHandler handler = std::move(queued.handler);
-        leaveFlight(queued.requestId);
         handler(std::move(queued.request), std::move(queued.response), std::move(error));
+        leaveFlight(queued.requestId);
         const std::lock_guard lock(mutex_);
         if (keepHandlers_) {
             kept_.push_back(std::move(handler));
@@ -434,7 +450,8 @@ private:
     mutable std::condition_variable wakeUp_;
     mutable std::deque<Queued> queue_;
     mutable std::deque<Seen> seen_;
-    mutable std::set<unsigned long> inFlight_;
+    mutable std::multiset<unsigned long>
+        inFlight_;  ///< Once for each attempt; until its handler returned.
     std::set<unsigned long> cancelled_;
     std::vector<CompletionHandler> kept_;
     bool stopping_ = false;

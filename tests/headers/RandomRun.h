@@ -18,6 +18,7 @@ public:
           operations_(numberFrom("FOUNDATION_TEST_OPERATIONS", defaultOperations)),
           engine_(seed_) {}
 
+    std::uint64_t seed() const { return seed_; }
     std::uint64_t operations() const { return operations_; }
     /// A number below `limit`, which is not 0.
     std::size_t below(std::size_t limit) { return engine_() % limit; }
