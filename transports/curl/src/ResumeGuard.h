@@ -36,7 +36,8 @@ public:
     Verdict judge(const HeaderBlock& block);
     /// Resets the body for a second request within the attempt, which asks for all of it.
     void startOver();
-    /// The answer is delivered from here on. Resets the body for `Verdict::Replace`.
+    /// The answer is delivered from here on. Resets the body unless the answer continues it, so that a
+    /// stream factory sees the head of the answer which its stream is for.
     void commit(const HeaderBlock& block, Verdict verdict);
     /// Counts bytes written to the response body.
     void addReceived(std::size_t count);
