@@ -13,8 +13,8 @@ namespace {
 
 using Arguments = std::vector<std::string>;
 
-GetOptions parseGet(const Arguments& arguments) {
-    return std::get<GetOptions>(parseCommandLine(arguments));
+RequestOptions parseGet(const Arguments& arguments) {
+    return std::get<RequestOptions>(parseCommandLine(arguments));
 }
 
 std::string information(const Arguments& arguments) {
@@ -22,8 +22,9 @@ std::string information(const Arguments& arguments) {
 }
 
 TEST(CommandLineTest, ReadsUrlAndOutput) {
-    const GetOptions options = parseGet({"get", "http://h/x", "-o", "x.bin"});
-    EXPECT_EQ(options.url, "http://h/x");
+    const RequestOptions options = parseGet({"get", "http://h/x", "-o", "x.bin"});
+    EXPECT_EQ(options.method, httpclient_core::HttpMethod::GET);
+    EXPECT_EQ(options.urls, Arguments{"http://h/x"});
     EXPECT_EQ(options.output, "x.bin");
     EXPECT_EQ(options.retries, 8);
     EXPECT_FALSE(options.maxTime.has_value());
@@ -35,8 +36,9 @@ TEST(CommandLineTest, ReadsUrlAndOutput) {
 TEST(CommandLineTest, ReadsEveryOptionInAnyOrder) {
     const testing::TemporaryFolder folder;
     folder.write("ca.pem", "");
-    const GetOptions options = parseGet({"get", "--cacert", folder / "ca.pem", "--max-time", "1.5",
-                                         "--retries", "0", "-v", "http://h/", "--output=y"});
+    const RequestOptions options =
+        parseGet({"get", "--cacert", folder / "ca.pem", "--max-time", "1.5", "--retries", "0", "-v",
+                  "http://h/", "--output=y"});
     EXPECT_EQ(options.certificateFile, folder / "ca.pem");
     EXPECT_EQ(options.maxTime, std::chrono::milliseconds(1500));
     EXPECT_EQ(options.retries, 0);
@@ -56,9 +58,14 @@ TEST(CommandLineTest, PrintsTheVersion) {
 TEST(CommandLineTest, HelpTellsOptionsAndExitCodes) {
     EXPECT_NE(information({"--help"}).find("get "), std::string::npos);
     const std::string text = information({"get", "--help"});
-    for (const char* expected :
-         {"-o,--output FILE", "--retries N", "--max-time SECONDS", "--cacert FILE", "-q,--quiet",
-          "-v,--verbose", "  0  ", "  1  ", "  2  ", "  3  ", "  4  ", "  5  ", "  130  "}) {
+    for (const char* expected : {"-o,--output FILE", "--retries N", "--max-time SECONDS",
+                                 "--cacert FILE",    "-q,--quiet",  "-v,--verbose",
+                                 "-H,--header",      "-C,--resume", "--retry-deadline SECONDS",
+                                 "--json",           "--explain",   "    0  ",
+                                 "    1  ",          "    2  ",     "    3  ",
+                                 "    4  ",          "    5  ",     "    6  ",
+                                 "    7  ",          "    8  ",     "    9  ",
+                                 "   64  ",          "  130  "}) {
         EXPECT_NE(text.find(expected), std::string::npos) << expected << "\n" << text;
     }
 }
@@ -88,7 +95,7 @@ INSTANTIATE_TEST_SUITE_P(
     WrongUsageTest,
     ::testing::Values(Row{"Nothing", {}},
                       Row{"NoUrl", {"get"}},
-                      Row{"UnknownCommand", {"put", "http://h/"}},
+                      Row{"UnknownCommand", {"fetch", "http://h/"}},
                       Row{"UnknownOption", {"get", "http://h/", "--insecure"}},
                       Row{"TwoUrls", {"get", "http://h/", "http://i/"}},
                       Row{"OutputWithoutFile", {"get", "http://h/", "-o"}},
