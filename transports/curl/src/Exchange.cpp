@@ -1,7 +1,9 @@
 #include "Exchange.h"
 
 #include "BodyStream.h"
+#include "ConnectionOptions.h"
 #include "HeaderText.h"
+#include "InternalHeaders.h"
 #include "Redirects.h"
 
 #include <foundation/httpclient_core/HttpRequestCancelledException.h>
@@ -19,8 +21,6 @@ using core::HttpMethod;
 using core::HttpRequestCancelledException;
 using core::HttpRequestFailedException;
 using core::HttpResponseCode;
-
-const char* const proxyInfoHeader = "QZ-Internal-Proxy-Info";
 
 template <class Value>
 Value info(CURL* easy, CURLINFO which) {
@@ -153,52 +153,28 @@ void Exchange::configureHop() {
     setOption(easy, CURLOPT_UPLOAD_BUFFERSIZE, 524288L);
     hop_->lines = headers_->lines(guard_->range(), guard_->ifRange());
     setOption(easy, CURLOPT_HTTPHEADER, hop_->lines.get());
-    configureConnection(easy);
+    setConnectionOptions(easy, settings_, shared_.shares);
+    configureProxy(easy);
     configureCallbacks(easy);
     configureBody(easy);
 }
 
-void Exchange::configureConnection(CURL* easy) {
-    setOption(easy, CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
-    setOption(easy, CURLOPT_SSL_VERIFYPEER, 1L);
-    setOption(easy, CURLOPT_SSL_VERIFYHOST, 2L);
-    if (!settings_.certificateFile.empty()) {
-        setOption(easy, CURLOPT_CAINFO, settings_.certificateFile.c_str());
-    }
-    // 0 would mean libcurl's own limit.
-    constexpr std::int64_t longest = 2147483647;
-    const std::int64_t connectTimeout = settings_.connectTimeout.count();
-    setOption(easy, CURLOPT_CONNECTTIMEOUT_MS,
-              static_cast<long>(connectTimeout > 0 ? std::min(connectTimeout, longest) : longest));
-    // An ended transfer must not wait for its name to be resolved.
-    setOption(easy, CURLOPT_QUICK_EXIT, 1L);
-    // Servers drop idle connections after a minute at the earliest.
-    setOption(easy, CURLOPT_MAXAGE_CONN, 55L);
+void Exchange::configureProxy(CURL* easy) {
     if (!settings_.domainSocketPath.empty()) {
-        setOption(easy, CURLOPT_UNIX_SOCKET_PATH, settings_.domainSocketPath.c_str());
-    } else {
-        hop_->proxy = shared_.proxies.proxyFor(url_->origin(), settings_.proxyUrl);
+        return;
     }
-    const std::optional<Proxy>& proxy = hop_->proxy;
-    // Both set always, so that libcurl does not look into the environment itself.
-    setOption(easy, CURLOPT_PROXY, proxy.has_value() ? proxy->url.c_str() : "");
-    setOption(easy, CURLOPT_NOPROXY, "");
+    std::optional<Proxy> proxy = shared_.proxies.proxyFor(url_->origin(), settings_.proxyUrl);
     if (!proxy.has_value()) {
         return;
     }
-    hop_->hasProxyLogin = proxy->hasCredentials;
+    std::optional<ProxyLogin> login;
     if (settings_.useStoredProxyCredentials) {
-        const auto login = shared_.credentials.credentialsFor(proxy->info);
-        if (login.has_value()) {
-            const std::size_t colon = std::min(login->find(':'), login->size());
-            setOption(easy, CURLOPT_PROXYUSERNAME, login->substr(0, colon).c_str());
-            setOption(easy, CURLOPT_PROXYPASSWORD,
-                      login->substr(std::min(colon + 1, login->size())).c_str());
-            hop_->hasProxyLogin = true;
-        }
+        login = shared_.credentials.loginFor(proxy->info);
     }
-    // Never "any": where the proxy offers Negotiate without a ticket here, that ends the attempt.
-    setOption(easy, CURLOPT_PROXYAUTH, static_cast<long>(CURLAUTH_BASIC | CURLAUTH_DIGEST));
+    constexpr int mostRepeats = 2;
+    hop_->pass.emplace(std::move(*proxy), std::move(login), shared_.proxyKnowledge,
+                       proxyRepeats_ < mostRepeats);
+    hop_->pass->configure(easy, nameOf(method_), *url_);
 }
 
 void Exchange::configureCallbacks(CURL* easy) {
@@ -304,12 +280,19 @@ void Exchange::onHeader(std::string_view line) {
 
 void Exchange::onBlock() {
     const HeaderBlock& block = hop_->block;
-    if (info<long>(handle(), CURLINFO_RESPONSE_CODE) == 0) {
+    const bool toConnect = info<long>(handle(), CURLINFO_RESPONSE_CODE) == 0;
+    if (hop_->pass.has_value()) {
+        hop_->pass->onAnswer(block, toConnect);
+    }
+    if (toConnect) {
         hop_->connectBlock = block;
         return;
     }
     const HttpResponseCode code = block.code();
     if (isInformational(code) && code != HttpResponseCode::SwitchingProtocols) {
+        return;
+    }
+    if (hop_->dropsBody()) {
         return;
     }
     if (settings_.followRedirects && isRedirect(code) && block.headers().hasHeader("Location")) {
@@ -319,9 +302,9 @@ void Exchange::onBlock() {
             return;
         }
     }
-    hop_->undecided =
-        (code == HttpResponseCode::ProxyAuthenticationRequired && hop_->hasProxyLogin) ||
-        (code == HttpResponseCode::ExpectationFailed && headers_->hasExpect());
+    hop_->undecided = (code == HttpResponseCode::ProxyAuthenticationRequired &&
+                       hop_->pass.has_value() && hop_->pass->libcurlAnswers()) ||
+                      (code == HttpResponseCode::ExpectationFailed && headers_->hasExpect());
     if (!hop_->undecided) {
         commit(block);
     }
@@ -336,9 +319,9 @@ void Exchange::commit(const HeaderBlock& block) {
     }
     committed_ = true;
     core::HttpHeaders headers = block.headers();
-    const auto& proxy = hop_->proxy;
-    if (block.code() == HttpResponseCode::ProxyAuthenticationRequired && proxy.has_value()) {
-        headers.addHeaderValue(proxyInfoHeader, proxy->info);
+    if (hop_->pass.has_value() && hop_->pass->isRefused()) {
+        headers.addHeaderValue(proxyInfoHeader, hop_->pass->info());
+        headers.addHeaderValue(proxyGenerationHeader, std::to_string(hop_->pass->generation()));
     }
     response_.setResponseCodeAndReason(block.code(), block.reason());
     response_.setHeaders(std::move(headers));
@@ -346,7 +329,7 @@ void Exchange::commit(const HeaderBlock& block) {
 }
 
 void Exchange::onBody(std::string_view data) {
-    if (hop_->redirects) {
+    if (hop_->dropsBody()) {
         constexpr std::int64_t worthReading = 65536;
         hop_->swallowedBytes += static_cast<std::int64_t>(data.size());
         hop_->givesUpBody = hop_->swallowedBytes > worthReading;
@@ -468,6 +451,11 @@ Exchange::Next Exchange::conclude(CURLcode code) {
         restart();
         return Next::Again;
     }
+    adoptUpgrade();
+    if (hop_->pass.has_value() && hop_->pass->repeats()) {
+        repeatForProxy();
+        return Next::Again;
+    }
     // However its body ended, the redirect itself was complete.
     if (hop_->redirects) {
         isLasting_ = true;
@@ -541,6 +529,28 @@ void Exchange::restart() {
     configureHop();
 }
 
+void Exchange::repeatForProxy() {
+    ++proxyRepeats_;
+    rewindBody();
+    configureHop();
+}
+
+void Exchange::adoptUpgrade() {
+    if (!settings_.hstsEnabled || url_->origin().scheme != "http") {
+        return;
+    }
+    const auto* effective = info<const char*>(handle(), CURLINFO_EFFECTIVE_URL);
+    if (effective == nullptr || !std::string_view(effective).starts_with("https:")) {
+        return;
+    }
+    const bool isFirst = url_->origin() == firstOrigin_;
+    *url_ = url_->resolve(effective);
+    upgraded_ = true;
+    if (isFirst) {
+        firstOrigin_ = url_->origin();
+    }
+}
+
 void Exchange::followRedirect() {
     const HttpResponseCode code = hop_->block.code();
     WireUrl next = url_->resolve(hop_->block.header("Location"));
@@ -556,6 +566,7 @@ void Exchange::followRedirect() {
     }
     *url_ = std::move(next);
     ++redirects_;
+    proxyRepeats_ = 0;
     rewindBody();
     configureHop();
 }
@@ -576,8 +587,9 @@ void Exchange::settleResponse() noexcept {
     try {
         if (committed_) {
             // Without a redirect exactly the URL of the request: an added "/" would look like one.
+            const bool isElsewhere = redirects_ > 0 || upgraded_;
             response_.setTransactionReport(core::TransactionReport(
-                redirects_, redirects_ > 0 ? url_->toUrl() : request_.getURL()));
+                redirects_, isElsewhere ? url_->toUrl() : request_.getURL()));
         }
         if (cancelled_ || aborted_) {
             // Whatever was received, the attempt counts as not made: strategies look at the code.

@@ -3,18 +3,19 @@
 #include "Deadlines.h"
 #include "HeaderBlock.h"
 #include "MultipartForm.h"
+#include "ProxyPass.h"
 #include "ProxyResolver.h"
 #include "RequestHeaders.h"
 #include "RequestRecord.h"
 #include "ResumeGuard.h"
 #include "TransferError.h"
 #include "TransferSettings.h"
+#include "TransferShares.h"
 #include "UploadSource.h"
 #include "WireUrl.h"
 
 #include <foundation/httpclient_core/HttpRequest.h>
 #include <foundation/httpclient_core/HttpResponse.h>
-#include <foundation/httpclient_core/ProxyCredentialStore.h>
 #include <foundation/httpclient_curl/CurlClientOptions.h>
 
 #include <array>
@@ -39,7 +40,9 @@ public:
     /// What the exchanges of one client share. Everything must outlive the exchange.
     struct Shared {
         const ProxyResolver& proxies;
-        const core::ProxyCredentialStore& credentials;
+        const CredentialStore& credentials;
+        ProxyKnowledge& proxyKnowledge;
+        const TransferShares& shares;
         const CurlClientOptions& options;
     };
 
@@ -77,26 +80,30 @@ private:
         std::unique_ptr<MultipartForm> form;
         std::array<char, CURL_ERROR_SIZE> errorText{};
         EasyHandle easy;
-        std::optional<Proxy> proxy;
+        std::optional<ProxyPass> pass;  ///< None for a direct connection.
         Deadlines deadlines;
         HeaderBlock block;
         HeaderBlock connectBlock;  ///< The proxy's last answer to CONNECT.
         std::int64_t headerBytes = 0;
         std::int64_t swallowedBytes = 0;
         bool inBlock = false;
-        bool answered = false;       ///< A byte of the answer has come.
-        bool hasProxyLogin = false;  ///< libcurl may repeat the request after a 407.
-        bool undecided = false;      ///< The block is delivered unless libcurl repeats the request.
+        bool answered = false;     ///< A byte of the answer has come.
+        bool undecided = false;    ///< The block is delivered unless libcurl repeats the request.
         bool redirects = false;    ///< The answer sends the client elsewhere; its body is dropped.
-        bool givesUpBody = false;  ///< Ended on purpose in the body of a redirect.
+        bool givesUpBody = false;  ///< Ended on purpose in a body that is dropped.
+
+        /// The answer is for the transport, not for the caller.
+        bool dropsBody() const { return redirects || (pass.has_value() && pass->repeats()); }
     };
 
     void prepare();
     void configureHop();
     void configureBody(CURL* easy);
-    void configureConnection(CURL* easy);
+    void configureProxy(CURL* easy);
     void configureCallbacks(CURL* easy);
     void followRedirect();
+    void adoptUpgrade();
+    void repeatForProxy();
     void restart();
     void rewindBody();
 
@@ -145,6 +152,8 @@ private:
     bool sendsForm_ = false;
     std::unique_ptr<Hop> hop_;
     int redirects_ = 0;
+    int proxyRepeats_ = 0;   ///< Of the hop.
+    bool upgraded_ = false;  ///< libcurl went from http to https for the sake of HSTS.
 
     bool committed_ = false;  ///< The response holds the code and headers of this attempt.
     bool bodyBegun_ = false;
