@@ -55,6 +55,9 @@ public:
     /// Ends a wait for whoever takes the bytes, for good.
     virtual void wake() noexcept {}
 
+    /// The last body that has begun has ended in order.
+    /// @throws Failure when it ended before the bytes that an earlier one had put out.
+    virtual void requireContinued() {}
     /// The body is whole: puts it where it belongs. Called once.
     /// @throws Failure when that fails.
     virtual void publish() = 0;

@@ -171,13 +171,17 @@ std::int64_t StreamOutput::read(std::int64_t offset, char* bytes, std::size_t ca
     return static_cast<std::int64_t>(count);
 }
 
-void StreamOutput::publish() {
+void StreamOutput::requireContinued() {
     if (compared_ >= 0) {
         fail(changed());
     }
     if (const auto failure = trouble()) {
         throw *failure;
     }
+}
+
+void StreamOutput::publish() {
+    requireContinued();
     // A pipe without any bytes is opened and closed all the same: its reader waits for the end.
     if (!open() || !emitPreamble()) {
         throw *trouble();

@@ -29,7 +29,7 @@ public:
     std::int64_t size() const noexcept override { return emitted_; }
     std::optional<Failure> trouble() const override;
     void wake() noexcept override;
-    /// @throws Failure also when the body ended before the bytes that an earlier one had put out.
+    void requireContinued() override;
     void publish() override;
 
 private:

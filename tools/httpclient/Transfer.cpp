@@ -216,6 +216,7 @@ void Transfer::conclude(Outcome& outcome) {
         resumedFrom_ = 0;
         destination_->begin(0, Entity());
     }
+    destination_->requireContinued();
     requireWhole(response);
     publish(response);
 }
