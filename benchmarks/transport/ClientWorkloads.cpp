@@ -25,17 +25,17 @@ void require(bool condition, const char* what) {
     }
 }
 
-ClientConfiguration configurationOf(Limits limits) {
-    return ClientConfiguration()
-        .withMaxThreads(limits.threads)
-        .withMaxRequestsPerThread(limits.perThread)
-        .withRetryStrategy(noRetriesStrategy());
+// Without the default retry strategy, which logs every success.
+ClientConfiguration quietConfiguration() {
+    return ClientConfiguration().withRetryStrategy(noRetriesStrategy());
 }
 
 class ParallelGets {
 public:
     ParallelGets(const std::string& url, Limits limits, std::size_t size) : url_(url), size_(size) {
-        client_.setClientConfiguration(configurationOf(limits));
+        client_.setClientConfiguration(quietConfiguration()
+                                           .withMaxThreads(limits.threads)
+                                           .withMaxRequestsPerThread(limits.perThread));
     }
 
     void run(int count, int inFlight) {
@@ -57,7 +57,8 @@ private:
         }
         client_.makeAsyncRequest(
             HttpRequest(HttpMethod::GET, url_, {}),
-            [this](const HttpRequest&, const HttpResponse& response, const std::exception_ptr& error) {
+            [this](const HttpRequest&, const HttpResponse& response,
+                   const std::exception_ptr& error) {
                 if (error != nullptr || response.getResponseBodyString().size() != size_) {
                     ++wrong_;
                 }
@@ -154,8 +155,11 @@ private:
 
 }  // namespace
 
-Cost parallelGets(
-    const std::string& url, int count, int inFlight, Limits limits, std::size_t size) {
+Cost parallelGets(const std::string& url,
+                  int count,
+                  int inFlight,
+                  Limits limits,
+                  std::size_t size) {
     ParallelGets gets(url, limits, size);
     gets.run(4 * inFlight, inFlight);  // Connects.
     return costOf([&] { gets.run(count, inFlight); });
@@ -163,7 +167,7 @@ Cost parallelGets(
 
 Cost sequentialGets(const std::string& url, int count, std::size_t size) {
     CurlHttpClient client;
-    client.setClientConfiguration(ClientConfiguration().withRetryStrategy(noRetriesStrategy()));
+    client.setClientConfiguration(quietConfiguration());
     const auto one = [&] {
         const HttpResponse response = client.makeRequest(HttpRequest(HttpMethod::GET, url, {}));
         require(response.getResponseBodyString().size() == size,
@@ -179,6 +183,7 @@ Cost sequentialGets(const std::string& url, int count, std::size_t size) {
 
 Cost download(const std::string& url, std::int64_t size) {
     CurlHttpClient client;
+    client.setClientConfiguration(quietConfiguration());
     std::int64_t bytes = 0;
     HttpRequest request(HttpMethod::GET, url, {});
     request.setResponseStreamFactory(
@@ -193,6 +198,7 @@ Cost download(const std::string& url, std::int64_t size) {
 
 Cost upload(const std::string& url, std::int64_t size) {
     CurlHttpClient client;
+    client.setClientConfiguration(quietConfiguration());
     HttpRequest request(HttpMethod::PUT, url, {});
     request.setRequestBody(std::make_unique<MadeStream>(size));
     request.setHeaderValue("Content-Length", std::to_string(size));

@@ -100,9 +100,9 @@ Cost clocks() {
     getrusage(RUSAGE_SELF, &usage);
     timespec now{};
     clock_gettime(CLOCK_MONOTONIC, &now);
-    return {.cpuSeconds = seconds(usage.ru_utime) + seconds(usage.ru_stime),
-            .wallSeconds =
-                static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9};
+    return {
+        .cpuSeconds = seconds(usage.ru_utime) + seconds(usage.ru_stime),
+        .wallSeconds = static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9};
 }
 
 }  // namespace foundation::benchmarks

@@ -153,8 +153,11 @@ private:
 
 }  // namespace
 
-Cost parallelGets(
-    const std::string& url, int count, int inFlight, Handles handles, std::size_t size) {
+Cost parallelGets(const std::string& url,
+                  int count,
+                  int inFlight,
+                  Handles handles,
+                  std::size_t size) {
     ParallelGets gets(url, handles, size);
     gets.run(inFlight, inFlight);  // Connects.
     return costOf([&] { gets.run(count, inFlight); });

@@ -18,7 +18,11 @@ namespace raw {
 enum class Handles { Fresh, Reused };
 
 /// GETs with `inFlight` at a time on one multi handle, driven by curl_multi_poll on this thread.
-Cost parallelGets(const std::string& url, int count, int inFlight, Handles handles, std::size_t size);
+Cost parallelGets(const std::string& url,
+                  int count,
+                  int inFlight,
+                  Handles handles,
+                  std::size_t size);
 /// GETs one after the other by one easy handle, which keeps its connection.
 Cost sequentialGets(const std::string& url, int count, std::size_t size);
 /// One GET whose body is counted and dropped.

@@ -161,8 +161,7 @@ void Engine::sendAsync(core::HttpRequest request,
         const std::lock_guard lock(mutex_);
         if (!stopping_ && !attempt->record->cancelled) {
             if (delay > std::chrono::milliseconds::zero()) {
-                const auto entry =
-                    backingOff_.emplace(Clock::now() + delay, std::move(attempt));
+                const auto entry = backingOff_.emplace(Clock::now() + delay, std::move(attempt));
                 if (entry == backingOff_.begin()) {
                     callWorkers(wakeups);
                 }

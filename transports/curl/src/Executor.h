@@ -74,7 +74,7 @@ private:
     std::size_t sleeping_ = 0;
     std::size_t called_ = 0;  ///< Of those that sleep; they will look for a task.
     std::size_t running_ = 0;
-    bool watching_ = false;       ///< One thread looks now and then whether tasks wait for too long.
+    bool watching_ = false;  ///< One thread looks now and then whether tasks wait for too long.
     bool watcherCalled_ = false;  ///< It will look for a task.
     Clock::time_point watchUntil_;
     Clock::time_point eagerUntil_;  ///< Until then every task gets a thread at once.
