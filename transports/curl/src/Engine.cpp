@@ -16,9 +16,27 @@ namespace {
 
 constexpr std::size_t maxIdleDrivers = 16;
 constexpr int maxAttemptsWhileStopping = 8;
+const char* const destroyedText = "The client is being destroyed";
 
 std::exception_ptr cancelledError() {
     return std::make_exception_ptr(core::HttpRequestCancelledException());
+}
+
+// Ends the loop of the core's makeRequest, which only a throw between two attempts can: it prepares the
+// response for the next attempt, and the callback of this response lets it do so no more.
+void refuseNextAttempt(core::HttpResponse& response) {
+    auto refuses = std::make_shared<bool>(false);
+    core::HttpRequest request(core::HttpMethod::GET, core::URL(""), {});
+    request.setPreRespCodeAndHeadersCallback([refuses] {
+        if (*refuses) {
+            throw core::HttpRequestFailedException(destroyedText);
+        }
+    });
+    response = core::HttpResponse(request);
+    // One that was never made would not be prepared.
+    response.setResponseCodeAndReason(core::HttpResponseCode::ResponseNotReceived,
+                                      "Response Not Received");
+    *refuses = true;
 }
 
 }  // namespace
@@ -30,6 +48,7 @@ public:
         const std::lock_guard lock(engine_.mutex_);
         if (engine_.stopping_) {
             record->cancelled = true;
+            refusesMore_ = ++record->attemptsWhileStopping > maxAttemptsWhileStopping;
         }
         if (engine_.idleDrivers_.empty()) {
             driver_ = std::make_unique<Driver>(static_cast<long>(maxIdleDrivers));
@@ -53,9 +72,12 @@ public:
     }
 
     Driver& driver() noexcept { return *driver_; }
+    /// Whether this is one attempt too many for a client that is being destroyed.
+    bool refusesMore() const noexcept { return refusesMore_; }
 
 private:
     Engine& engine_;
+    bool refusesMore_ = false;
     std::unique_ptr<Driver> driver_;
 };
 
@@ -108,6 +130,9 @@ void Engine::send(core::HttpRequest& request,
     lease.driver().start(exchange);
     while (lease.driver().turn().empty()) {
         lease.driver().wait(Clock::time_point::max());
+    }
+    if (lease.refusesMore() && !record->id.has_value()) {
+        refuseNextAttempt(response);
     }
     if (std::exception_ptr error = exchange.takeError()) {
         std::rethrow_exception(std::move(error));
@@ -184,7 +209,7 @@ std::shared_ptr<RequestRecord> Engine::useRecord(unsigned long id) {
         record->sequence = nextSequence_++;
     }
     if (stopping_ && ++record->attemptsWhileStopping > maxAttemptsWhileStopping) {
-        throw core::HttpRequestFailedException("The client is being destroyed");
+        throw core::HttpRequestFailedException(destroyedText);
     }
     ++record->uses;
     return record;
