@@ -2,6 +2,7 @@
 
 #include "Engine.h"
 #include "GuardedHandler.h"
+#include "SharedPrompt.h"
 
 #include <foundation/httpclient_core/detail/BackoffHook.h>
 
@@ -17,6 +18,12 @@ void initializeLibrary() {
         throw std::runtime_error(std::string("libcurl cannot be initialized: ") +
                                  curl_easy_strerror(result));
     }
+}
+
+CurlClientOptions optionsWith(std::shared_ptr<core::ProxyCredentialPrompt> prompt) {
+    CurlClientOptions options;
+    options.credentialPrompt = std::move(prompt);
+    return options;
 }
 
 /// A synchronous request under way, from its first attempt to its last.
@@ -38,12 +45,18 @@ private:
 
 }  // namespace
 
-CurlHttpClient::CurlHttpClient() : CurlHttpClient(nullptr) {}
+CurlHttpClient::CurlHttpClient() : CurlHttpClient(CurlClientOptions()) {}
 
 CurlHttpClient::CurlHttpClient(std::shared_ptr<core::ProxyCredentialPrompt> prompt)
-    : prompt_(std::move(prompt)) {
+    : CurlHttpClient(optionsWith(std::move(prompt))) {}
+
+CurlHttpClient::CurlHttpClient(CurlClientOptions options) {
     initializeLibrary();
-    engine_ = std::make_shared<Engine>();
+    engine_ = std::make_shared<Engine>(std::move(options));
+    const auto& prompt = engine_->options().credentialPrompt;
+    if (prompt != nullptr) {
+        prompt_ = std::make_shared<SharedPrompt>(prompt, engine_->credentials());
+    }
 }
 
 CurlHttpClient::~CurlHttpClient() {
@@ -63,9 +76,9 @@ std::shared_ptr<core::ProxyCredentialStore> CurlHttpClient::proxyCredentialStore
 }
 
 std::shared_ptr<core::ProxyCredentialPrompt> CurlHttpClient::proxyCredentialPrompt(
-    const core::HttpResponse& /*response*/,
+    const core::HttpResponse& response,
     const std::exception_ptr& /*error*/) const {
-    return prompt_;
+    return prompt_ != nullptr ? std::make_shared<RequestPrompt>(prompt_, response) : nullptr;
 }
 
 TransferSettings CurlHttpClient::settingsFor(const core::HttpRequest& request) const {
@@ -104,6 +117,10 @@ void CurlHttpClient::sendAsyncRequest(core::HttpRequest request,
 unsigned long CurlHttpClient::makeAsyncRequest(core::HttpRequest request,
                                                core::CompletionHandler handler) {
     const auto delivery = std::make_shared<Delivery>(engine_, request);
+    const auto record = std::make_shared<RequestRecord>();
+    record->history.isStarting = true;
+    record->history.isAttended = true;
+    const RequestScope scope(*engine_, record);
     const unsigned long id = HttpClient::makeAsyncRequest(
         std::move(request), core::CompletionHandler(GuardedHandler(std::move(handler), delivery)));
     delivery->requestStarted();

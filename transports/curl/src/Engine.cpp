@@ -103,8 +103,16 @@ private:
     std::vector<Worker*> workers_;
 };
 
-Engine::Engine() = default;
+Engine::Engine(CurlClientOptions options) : options_(std::move(options)) {}
 Engine::~Engine() = default;
+
+Exchange::Shared Engine::shared() {
+    return {.proxies = proxies_,
+            .credentials = *credentials_,
+            .proxyKnowledge = proxyKnowledge_,
+            .shares = shares_,
+            .options = options_};
+}
 
 void Engine::setLimits(int threads, int perThread) {
     Wakeups wakeups;
@@ -121,17 +129,19 @@ void Engine::setLimits(int threads, int perThread) {
 void Engine::send(core::HttpRequest& request,
                   core::HttpResponse& response,
                   TransferSettings settings) {
-    const RequestScope* scope = RequestScope::current(*this);
+    RequestScope* scope = RequestScope::current(*this);
     const std::shared_ptr<RequestRecord> record =
         scope != nullptr ? scope->record() : std::make_shared<RequestRecord>();
+    const bool isAttempt = scope != nullptr && scope->owns(request, response);
     SyncLease lease(*this, record);
-    Exchange exchange(request, response, std::move(settings), record->cancelled,
-                      {.proxies = proxies_, .credentials = *credentials_});
+    Exchange exchange(request, response, std::move(settings), *record,
+                      isAttempt && record->history.isAttended ? &record->history : nullptr,
+                      shared());
     lease.driver().start(exchange);
     while (lease.driver().turn().empty()) {
         lease.driver().wait(Clock::time_point::max());
     }
-    if (lease.refusesMore() && !record->id.has_value()) {
+    if (lease.refusesMore() && isAttempt && !record->id.has_value()) {
         refuseNextAttempt(response);
     }
     if (std::exception_ptr error = exchange.takeError()) {
@@ -141,6 +151,7 @@ void Engine::send(core::HttpRequest& request,
 
 std::shared_ptr<RequestRecord> Engine::beginSync() {
     auto record = std::make_shared<RequestRecord>();
+    record->history.isAttended = true;
     const std::lock_guard lock(mutex_);
     record->cancelled = stopping_;
     syncRecords_.push_back(record);
@@ -178,9 +189,9 @@ void Engine::sendAsync(core::HttpRequest request,
     if (scope != nullptr && scope->record() == record) {
         delay = scope->takeDelay();
     }
-    auto attempt = std::make_unique<AsyncAttempt>(
-        std::move(request), std::move(response), std::move(handler), std::move(record),
-        std::move(settings), Exchange::Shared{.proxies = proxies_, .credentials = *credentials_});
+    auto attempt =
+        std::make_unique<AsyncAttempt>(std::move(request), std::move(response), std::move(handler),
+                                       std::move(record), std::move(settings), shared());
     {
         Wakeups wakeups;
         const std::lock_guard lock(mutex_);
@@ -204,7 +215,10 @@ void Engine::sendAsync(core::HttpRequest request,
 std::shared_ptr<RequestRecord> Engine::useRecord(unsigned long id) {
     std::shared_ptr<RequestRecord>& record = records_[id];
     if (record == nullptr) {
-        record = std::make_shared<RequestRecord>();
+        const RequestScope* scope = RequestScope::current(*this);
+        const bool isStarting = scope != nullptr && scope->record()->history.isStarting;
+        record = isStarting ? scope->record() : std::make_shared<RequestRecord>();
+        record->history.isStarting = false;
         record->id = id;
         record->sequence = nextSequence_++;
     }
@@ -233,6 +247,7 @@ void Engine::forget(const std::shared_ptr<RequestRecord>& record) {
 void Engine::deliveryBegins() {
     const RequestScope* scope = RequestScope::current(*this);
     if (scope != nullptr) {
+        scope->record()->history.isDelivered = true;
         const std::lock_guard lock(mutex_);
         forget(scope->record());
     }

@@ -3,9 +3,13 @@
 #include "CredentialStore.h"
 #include "Driver.h"
 #include "Executor.h"
+#include "ProxyKnowledge.h"
 #include "ProxyResolver.h"
 #include "RequestRecord.h"
+#include "TransferShares.h"
 #include "Worker.h"
+
+#include <foundation/httpclient_curl/CurlClientOptions.h>
 
 #include <chrono>
 #include <condition_variable>
@@ -24,11 +28,12 @@ class Engine : public std::enable_shared_from_this<Engine> {
 public:
     using Clock = Exchange::Clock;
 
-    Engine();
+    explicit Engine(CurlClientOptions options);
     Engine(const Engine&) = delete;
     Engine& operator=(const Engine&) = delete;
     ~Engine();
 
+    const CurlClientOptions& options() const noexcept { return options_; }
     /// How many attempts are under way at once: threads times attempts for each.
     void setLimits(int threads, int perThread);
     const std::shared_ptr<CredentialStore>& credentials() const noexcept { return credentials_; }
@@ -79,6 +84,7 @@ private:
     class SyncLease;
     class Wakeups;
 
+    Exchange::Shared shared();
     std::shared_ptr<RequestRecord> useRecord(unsigned long id);
     void releaseRecord(const std::shared_ptr<RequestRecord>& record);
     void forget(const std::shared_ptr<RequestRecord>& record);
@@ -93,8 +99,11 @@ private:
     std::vector<AttemptPointer> takeWaiting(const RequestRecord* record);
     void completeCancelled(std::vector<AttemptPointer> attempts);
 
+    const CurlClientOptions options_;
     const ProxyResolver proxies_;
     const std::shared_ptr<CredentialStore> credentials_ = std::make_shared<CredentialStore>();
+    ProxyKnowledge proxyKnowledge_;
+    const TransferShares shares_;  ///< Outlives all that transfers.
     const std::shared_ptr<Executor> executor_ = std::make_shared<Executor>();
 
     std::mutex mutex_;  ///< Guards all that follows.

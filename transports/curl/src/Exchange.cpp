@@ -1,7 +1,9 @@
 #include "Exchange.h"
 
 #include "BodyStream.h"
+#include "ConnectionOptions.h"
 #include "HeaderText.h"
+#include "InternalHeaders.h"
 #include "Redirects.h"
 
 #include <foundation/httpclient_core/HttpRequestCancelledException.h>
@@ -18,8 +20,6 @@ using core::HttpMethod;
 using core::HttpRequestCancelledException;
 using core::HttpRequestFailedException;
 using core::HttpResponseCode;
-
-const char* const proxyInfoHeader = "QZ-Internal-Proxy-Info";
 
 template <class Value>
 Value info(CURL* easy, CURLINFO which) {
@@ -46,6 +46,31 @@ const char* nameOf(HttpMethod method) {
     return "UNKNOWN";
 }
 
+std::string peerOf(CURL* easy) {
+    const auto* address = info<char*>(easy, CURLINFO_PRIMARY_IP);
+    const auto port = info<long>(easy, CURLINFO_PRIMARY_PORT);
+    if (address == nullptr || *address == '\0' || port <= 0) {
+        return {};
+    }
+    const std::string text = address;
+    return (text.find(':') != std::string::npos ? '[' + text + ']' : text) + ':' +
+           std::to_string(port);
+}
+
+void describeTransfer(CURL* easy, AttemptReport& report) {
+    const auto time = [easy](CURLINFO which) {
+        return std::chrono::microseconds(info<curl_off_t>(easy, which));
+    };
+    report.nameLookup = time(CURLINFO_NAMELOOKUP_TIME_T);
+    report.connect = time(CURLINFO_CONNECT_TIME_T);
+    report.tls = time(CURLINFO_APPCONNECT_TIME_T);
+    report.firstByte = time(CURLINFO_STARTTRANSFER_TIME_T);
+    report.total = time(CURLINFO_TOTAL_TIME_T);
+    report.connectionReused = time(CURLINFO_PRETRANSFER_TIME_T).count() > 0 &&
+                              info<long>(easy, CURLINFO_NUM_CONNECTS) == 0;
+    report.remoteAddress = peerOf(easy);
+}
+
 bool mayHaveSideEffects(HttpMethod method) {
     return method == HttpMethod::POST || method == HttpMethod::PATCH;
 }
@@ -55,12 +80,15 @@ bool mayHaveSideEffects(HttpMethod method) {
 Exchange::Exchange(core::HttpRequest& request,
                    core::HttpResponse& response,
                    TransferSettings settings,
-                   const std::atomic<bool>& cancelled,
+                   const RequestRecord& record,
+                   RequestHistory* history,
                    Shared shared)
     : request_(request),
       response_(response),
       settings_(std::move(settings)),
-      cancelled_(cancelled),
+      record_(record),
+      cancelled_(record.cancelled),
+      history_(history != nullptr ? *history : ownHistory_),
       shared_(shared),
       method_(request.getHttpMethod()) {}
 
@@ -68,13 +96,20 @@ Exchange::~Exchange() = default;
 
 Exchange::Next Exchange::begin(HandlePool& handles) noexcept {
     handles_ = &handles;
+    if (++history_.attempts == 1) {
+        history_.begun = Clock::now();
+    }
+    report_.attempt = history_.attempts;
     try {
         prepare();
         configureHop();
         return Next::Again;
     } catch (...) {
+        // Refused before anything was sent.
+        isLasting_ = true;
         error_ = std::current_exception();
         settleResponse();
+        report();
         return Next::Done;
     }
 }
@@ -129,52 +164,28 @@ void Exchange::configureHop() {
     setOption(easy, CURLOPT_UPLOAD_BUFFERSIZE, 524288L);
     hop_->lines = headers_->lines(guard_->range(), guard_->ifRange());
     setOption(easy, CURLOPT_HTTPHEADER, hop_->lines.get());
-    configureConnection(easy);
+    setConnectionOptions(easy, settings_, shared_.shares);
+    configureProxy(easy);
     configureCallbacks(easy);
     configureBody(easy);
 }
 
-void Exchange::configureConnection(CURL* easy) {
-    setOption(easy, CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
-    setOption(easy, CURLOPT_SSL_VERIFYPEER, 1L);
-    setOption(easy, CURLOPT_SSL_VERIFYHOST, 2L);
-    if (!settings_.certificateFile.empty()) {
-        setOption(easy, CURLOPT_CAINFO, settings_.certificateFile.c_str());
-    }
-    // 0 would mean libcurl's own limit.
-    constexpr std::int64_t longest = 2147483647;
-    const std::int64_t connectTimeout = settings_.connectTimeout.count();
-    setOption(easy, CURLOPT_CONNECTTIMEOUT_MS,
-              static_cast<long>(connectTimeout > 0 ? std::min(connectTimeout, longest) : longest));
-    // An ended transfer must not wait for its name to be resolved.
-    setOption(easy, CURLOPT_QUICK_EXIT, 1L);
-    // Servers drop idle connections after a minute at the earliest.
-    setOption(easy, CURLOPT_MAXAGE_CONN, 55L);
+void Exchange::configureProxy(CURL* easy) {
     if (!settings_.domainSocketPath.empty()) {
-        setOption(easy, CURLOPT_UNIX_SOCKET_PATH, settings_.domainSocketPath.c_str());
-    } else {
-        hop_->proxy = shared_.proxies.proxyFor(url_->origin(), settings_.proxyUrl);
+        return;
     }
-    const std::optional<Proxy>& proxy = hop_->proxy;
-    // Both set always, so that libcurl does not look into the environment itself.
-    setOption(easy, CURLOPT_PROXY, proxy.has_value() ? proxy->url.c_str() : "");
-    setOption(easy, CURLOPT_NOPROXY, "");
+    std::optional<Proxy> proxy = shared_.proxies.proxyFor(url_->origin(), settings_.proxyUrl);
     if (!proxy.has_value()) {
         return;
     }
-    hop_->hasProxyLogin = proxy->hasCredentials;
+    std::optional<ProxyLogin> login;
     if (settings_.useStoredProxyCredentials) {
-        const auto login = shared_.credentials.credentialsFor(proxy->info);
-        if (login.has_value()) {
-            const std::size_t colon = std::min(login->find(':'), login->size());
-            setOption(easy, CURLOPT_PROXYUSERNAME, login->substr(0, colon).c_str());
-            setOption(easy, CURLOPT_PROXYPASSWORD,
-                      login->substr(std::min(colon + 1, login->size())).c_str());
-            hop_->hasProxyLogin = true;
-        }
+        login = shared_.credentials.loginFor(proxy->info);
     }
-    // Never "any": where the proxy offers Negotiate without a ticket here, that ends the attempt.
-    setOption(easy, CURLOPT_PROXYAUTH, static_cast<long>(CURLAUTH_BASIC | CURLAUTH_DIGEST));
+    constexpr int mostRepeats = 2;
+    hop_->pass.emplace(std::move(*proxy), std::move(login), shared_.proxyKnowledge,
+                       proxyRepeats_ < mostRepeats);
+    hop_->pass->configure(easy, nameOf(method_), *url_);
 }
 
 void Exchange::configureCallbacks(CURL* easy) {
@@ -292,12 +303,19 @@ void Exchange::onHeader(std::string_view line) {
 
 void Exchange::onBlock() {
     const HeaderBlock& block = hop_->block;
-    if (info<long>(handle(), CURLINFO_RESPONSE_CODE) == 0) {
+    const bool toConnect = info<long>(handle(), CURLINFO_RESPONSE_CODE) == 0;
+    if (hop_->pass.has_value()) {
+        hop_->pass->onAnswer(block, toConnect);
+    }
+    if (toConnect) {
         hop_->connectBlock = block;
         return;
     }
     const HttpResponseCode code = block.code();
     if (isInformational(code) && code != HttpResponseCode::SwitchingProtocols) {
+        return;
+    }
+    if (hop_->dropsBody()) {
         return;
     }
     if (settings_.followRedirects && isRedirect(code) && block.headers().hasHeader("Location")) {
@@ -307,9 +325,9 @@ void Exchange::onBlock() {
             return;
         }
     }
-    hop_->undecided =
-        (code == HttpResponseCode::ProxyAuthenticationRequired && hop_->hasProxyLogin) ||
-        (code == HttpResponseCode::ExpectationFailed && headers_->hasExpect());
+    hop_->undecided = (code == HttpResponseCode::ProxyAuthenticationRequired &&
+                       hop_->pass.has_value() && hop_->pass->libcurlAnswers()) ||
+                      (code == HttpResponseCode::ExpectationFailed && headers_->hasExpect());
     if (!hop_->undecided) {
         commit(block);
     }
@@ -324,9 +342,9 @@ void Exchange::commit(const HeaderBlock& block) {
     }
     committed_ = true;
     core::HttpHeaders headers = block.headers();
-    const auto& proxy = hop_->proxy;
-    if (block.code() == HttpResponseCode::ProxyAuthenticationRequired && proxy.has_value()) {
-        headers.addHeaderValue(proxyInfoHeader, proxy->info);
+    if (hop_->pass.has_value() && hop_->pass->isRefused()) {
+        headers.addHeaderValue(proxyInfoHeader, hop_->pass->info());
+        headers.addHeaderValue(proxyGenerationHeader, std::to_string(hop_->pass->generation()));
     }
     response_.setResponseCodeAndReason(block.code(), block.reason());
     response_.setHeaders(std::move(headers));
@@ -334,7 +352,7 @@ void Exchange::commit(const HeaderBlock& block) {
 }
 
 void Exchange::onBody(std::string_view data) {
-    if (hop_->redirects) {
+    if (hop_->dropsBody()) {
         constexpr std::int64_t worthReading = 65536;
         hop_->swallowedBytes += static_cast<std::int64_t>(data.size());
         hop_->givesUpBody = hop_->swallowedBytes > worthReading;
@@ -430,6 +448,7 @@ Exchange::Next Exchange::finish(CURLcode code) noexcept {
     }
     if (next == Next::Done) {
         settleResponse();
+        report();
         handles_->giveBack(std::move(hop_->easy), code);
     }
     return next;
@@ -443,6 +462,7 @@ Exchange::Next Exchange::conclude(CURLcode code) {
         callbackError_ = hop_->form->takeError();
     }
     if (callbackError_ != nullptr) {
+        isLasting_ = true;
         std::rethrow_exception(std::exchange(callbackError_, nullptr));
     }
     if (timedOut_) {
@@ -455,9 +475,16 @@ Exchange::Next Exchange::conclude(CURLcode code) {
         restart();
         return Next::Again;
     }
+    adoptUpgrade();
+    if (hop_->pass.has_value() && hop_->pass->repeats()) {
+        repeatForProxy();
+        return Next::Again;
+    }
     // However its body ended, the redirect itself was complete.
     if (hop_->redirects) {
+        isLasting_ = true;
         followRedirect();
+        isLasting_ = false;
         return Next::Again;
     }
     if (code != CURLE_OK) {
@@ -481,6 +508,7 @@ void Exchange::succeed() {
         throw HttpRequestCancelledException();
     }
     if (tooManyRedirects_) {
+        isLasting_ = true;
         error_ = transferFailure(
             "Maximum number of redirects (" + std::to_string(settings_.maxRedirects) + ") reached",
             context());
@@ -502,15 +530,18 @@ void Exchange::describeFailure(CURLcode code) {
         }
         // The code stays "not made": a proxy does not speak for the server.
         sent_ = false;
+        isLasting_ = !isServerError(refusal.code());
         error_ = transferFailure(
             "Proxy refused the tunnel: " + to_string(refusal.code()) + " " + refusal.reason(),
             context());
         return;
     }
     if (code == CURLE_OUT_OF_MEMORY && !committed_) {
+        isLasting_ = true;
         error_ = transferFailure("response header too long (libcurl 27)", context());
         return;
     }
+    isLasting_ = isLasting(code);
     error_ = transferError(code, info<long>(handle(), CURLINFO_OS_ERRNO), hop_->errorText.data(),
                            context());
 }
@@ -520,6 +551,28 @@ void Exchange::restart() {
     guard_->startOver();
     rewindBody();
     configureHop();
+}
+
+void Exchange::repeatForProxy() {
+    ++proxyRepeats_;
+    rewindBody();
+    configureHop();
+}
+
+void Exchange::adoptUpgrade() {
+    if (!settings_.hstsEnabled || url_->origin().scheme != "http") {
+        return;
+    }
+    const auto* effective = info<const char*>(handle(), CURLINFO_EFFECTIVE_URL);
+    if (effective == nullptr || !std::string_view(effective).starts_with("https:")) {
+        return;
+    }
+    const bool isFirst = url_->origin() == firstOrigin_;
+    *url_ = url_->resolve(effective);
+    upgraded_ = true;
+    if (isFirst) {
+        firstOrigin_ = url_->origin();
+    }
 }
 
 void Exchange::followRedirect() {
@@ -537,6 +590,7 @@ void Exchange::followRedirect() {
     }
     *url_ = std::move(next);
     ++redirects_;
+    proxyRepeats_ = 0;
     rewindBody();
     configureHop();
 }
@@ -557,8 +611,9 @@ void Exchange::settleResponse() noexcept {
     try {
         if (committed_) {
             // Without a redirect exactly the URL of the request: an added "/" would look like one.
+            const bool isElsewhere = redirects_ > 0 || upgraded_;
             response_.setTransactionReport(core::TransactionReport(
-                redirects_, redirects_ > 0 ? url_->toUrl() : request_.getURL()));
+                redirects_, isElsewhere ? url_->toUrl() : request_.getURL()));
         }
         if (cancelled_ || aborted_) {
             // Whatever was received, the attempt counts as not made: strategies look at the code.
@@ -577,6 +632,29 @@ void Exchange::settleResponse() noexcept {
         if (error_ == nullptr) {
             error_ = std::current_exception();
         }
+    }
+}
+
+void Exchange::report() noexcept {
+    history_.lastingFailure = isLasting_ ? error_ : nullptr;
+    if (guard_ != nullptr) {
+        history_.mostHeld = std::max(history_.mostHeld, guard_->held());
+    }
+    if (!shared_.options.attemptObserver) {
+        return;
+    }
+    try {
+        report_.requestId = record_.id;
+        report_.method = method_;
+        report_.url = url_ != nullptr ? url_->display() : std::string();
+        report_.code = response_.getResponseCode();
+        report_.error = error_;
+        report_.redirects = redirects_;
+        if (hop_ != nullptr && hop_->easy != nullptr) {
+            describeTransfer(handle(), report_);
+        }
+        shared_.options.attemptObserver(report_);
+    } catch (...) {  // NOLINT(bugprone-empty-catch): what an observer throws is nobody's business
     }
 }
 

@@ -4,17 +4,20 @@
 #include "HandlePool.h"
 #include "HeaderBlock.h"
 #include "MultipartForm.h"
+#include "ProxyPass.h"
 #include "ProxyResolver.h"
 #include "RequestHeaders.h"
+#include "RequestRecord.h"
 #include "ResumeGuard.h"
 #include "TransferError.h"
 #include "TransferSettings.h"
+#include "TransferShares.h"
 #include "UploadSource.h"
 #include "WireUrl.h"
 
 #include <foundation/httpclient_core/HttpRequest.h>
 #include <foundation/httpclient_core/HttpResponse.h>
-#include <foundation/httpclient_core/ProxyCredentialStore.h>
+#include <foundation/httpclient_curl/CurlClientOptions.h>
 
 #include <array>
 #include <atomic>
@@ -38,13 +41,18 @@ public:
     /// What the exchanges of one client share. Everything must outlive the exchange.
     struct Shared {
         const ProxyResolver& proxies;
-        const core::ProxyCredentialStore& credentials;
+        const CredentialStore& credentials;
+        ProxyKnowledge& proxyKnowledge;
+        const TransferShares& shares;
+        const CurlClientOptions& options;
     };
 
+    /// Without a history it is an attempt by itself.
     Exchange(core::HttpRequest& request,
              core::HttpResponse& response,
              TransferSettings settings,
-             const std::atomic<bool>& cancelled,
+             const RequestRecord& record,
+             RequestHistory* history,
              Shared shared);
     Exchange(const Exchange&) = delete;
     Exchange& operator=(const Exchange&) = delete;
@@ -75,26 +83,30 @@ private:
         std::unique_ptr<MultipartForm> form;
         std::array<char, CURL_ERROR_SIZE> errorText{};
         EasyHandle easy;
-        std::optional<Proxy> proxy;
+        std::optional<ProxyPass> pass;  ///< None for a direct connection.
         Deadlines deadlines;
         HeaderBlock block;
         HeaderBlock connectBlock;  ///< The proxy's last answer to CONNECT.
         std::int64_t headerBytes = 0;
         std::int64_t swallowedBytes = 0;
         bool inBlock = false;
-        bool answered = false;       ///< A byte of the answer has come.
-        bool hasProxyLogin = false;  ///< libcurl may repeat the request after a 407.
-        bool undecided = false;      ///< The block is delivered unless libcurl repeats the request.
+        bool answered = false;     ///< A byte of the answer has come.
+        bool undecided = false;    ///< The block is delivered unless libcurl repeats the request.
         bool redirects = false;    ///< The answer sends the client elsewhere; its body is dropped.
-        bool givesUpBody = false;  ///< Ended on purpose in the body of a redirect.
+        bool givesUpBody = false;  ///< Ended on purpose in a body that is dropped.
+
+        /// The answer is for the transport, not for the caller.
+        bool dropsBody() const { return redirects || (pass.has_value() && pass->repeats()); }
     };
 
     void prepare();
     void configureHop();
     void configureBody(CURL* easy);
-    void configureConnection(CURL* easy);
+    void configureProxy(CURL* easy);
     void configureCallbacks(CURL* easy);
     void followRedirect();
+    void adoptUpgrade();
+    void repeatForProxy();
     void restart();
     void rewindBody();
 
@@ -115,6 +127,7 @@ private:
     void succeed();
     void describeFailure(CURLcode code);
     void settleResponse() noexcept;
+    void report() noexcept;
     bool isRefusedTunnel() const;
     TransferContext context() const;
 
@@ -126,8 +139,12 @@ private:
     core::HttpRequest& request_;
     core::HttpResponse& response_;
     TransferSettings settings_;
+    const RequestRecord& record_;
     const std::atomic<bool>& cancelled_;
+    RequestHistory ownHistory_;
+    RequestHistory& history_;
     Shared shared_;
+    AttemptReport report_;
     core::ProgressCallback progress_;
     Clock::time_point lastProgress_;
 
@@ -141,6 +158,8 @@ private:
     HandlePool* handles_ = nullptr;
     std::unique_ptr<Hop> hop_;
     int redirects_ = 0;
+    int proxyRepeats_ = 0;   ///< Of the hop.
+    bool upgraded_ = false;  ///< libcurl went from http to https for the sake of HSTS.
 
     bool committed_ = false;  ///< The response holds the code and headers of this attempt.
     bool bodyBegun_ = false;
@@ -151,6 +170,7 @@ private:
     bool sent_ = false;     ///< Some hop got as far as sending.
     std::int64_t received_ = 0;
     std::exception_ptr callbackError_;
+    bool isLasting_ = false;  ///< The next attempt would meet the error again.
     std::exception_ptr error_;
 };
 

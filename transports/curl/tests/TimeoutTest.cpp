@@ -128,7 +128,8 @@ TEST_P(TimeoutTest, EndsAnUploadThatStalls) {
 
 TEST_P(TimeoutTest, EndsAStatusLineThatDrips) {
     LoopbackServer server([](const ReceivedRequest&, Connection& connection) {
-        while (connection.send("H") && connection.pause(std::chrono::milliseconds(20))) {
+        connection.send("HTTP/1.1 200 ");
+        while (connection.send("K") && connection.pause(std::chrono::milliseconds(20))) {
         }
     });
     ClientConfiguration configuration;
