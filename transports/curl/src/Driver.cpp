@@ -17,7 +17,7 @@ MultiHandle Driver::makeMulti() const {
 }
 
 void Driver::start(Exchange& exchange) {
-    if (exchange.begin() == Exchange::Next::Again) {
+    if (exchange.begin(handles_) == Exchange::Next::Again) {
         active_.push_back(&exchange);
         add(exchange);
     } else {
@@ -56,10 +56,11 @@ std::vector<Exchange*> Driver::turn() {
             end(*reinterpret_cast<Exchange*>(owner), code);
         }
     }
-    const std::vector<Exchange*> active = active_;
-    for (Exchange* exchange : active) {
-        if (exchange->mustStop(Exchange::Clock::now())) {
-            end(*exchange, CURLE_ABORTED_BY_CALLBACK);
+    const Exchange::Clock::time_point now = Exchange::Clock::now();
+    // From the back: what ends leaves the list.
+    for (std::size_t i = active_.size(); i-- > 0;) {
+        if (active_[i]->mustStop(now)) {
+            end(*active_[i], CURLE_ABORTED_BY_CALLBACK);
         }
     }
     return std::exchange(ended_, {});
@@ -75,10 +76,17 @@ void Driver::wait(Exchange::Clock::time_point latest) {
     if (!ended_.empty() || time < std::chrono::milliseconds::zero()) {
         time = std::chrono::milliseconds::zero();
     }
-    curl_multi_poll(multi_.get(), nullptr, 0, static_cast<int>(time.count()), nullptr);
+    Rest none = Rest::None;
+    if (rest_.compare_exchange_strong(none, Rest::Waiting)) {
+        curl_multi_poll(multi_.get(), nullptr, 0, static_cast<int>(time.count()), nullptr);
+    }
+    rest_ = Rest::None;
 }
 
 void Driver::wake() noexcept {
+    if (rest_.exchange(Rest::Called) != Rest::Waiting) {
+        return;
+    }
     const std::lock_guard lock(mutex_);
     curl_multi_wakeup(multi_.get());
 }

@@ -1,7 +1,9 @@
 #pragma once
 #include "CurlTypes.h"
 #include "Exchange.h"
+#include "HandlePool.h"
 
+#include <atomic>
 #include <chrono>
 #include <mutex>
 #include <vector>
@@ -24,12 +26,15 @@ public:
     std::vector<Exchange*> turn();
     /// Waits for the network, for wake(), or until an exchange or `latest` asks for a turn.
     void wait(Exchange::Clock::time_point latest);
-    /// Ends the wait of the moment, or the next one. From any thread.
+    /// Ends the wait of the moment, or the next one. From any thread. Costs a system call only when the
+    /// driver waits.
     void wake() noexcept;
     /// Drops the idle connections. Only while no exchange is driven.
     void closeConnections();
 
 private:
+    enum class Rest { None, Waiting, Called };
+
     MultiHandle makeMulti() const;
     void end(Exchange& exchange, CURLcode code);
     void add(Exchange& exchange);
@@ -37,6 +42,8 @@ private:
     long maxConnections_;
     std::mutex mutex_;  ///< Guards the replacement of the handle against wake().
     MultiHandle multi_;
+    HandlePool handles_;
+    std::atomic<Rest> rest_ = Rest::None;
     std::vector<Exchange*> active_;
     std::vector<Exchange*> ended_;
 };

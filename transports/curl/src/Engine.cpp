@@ -16,9 +16,27 @@ namespace {
 
 constexpr std::size_t maxIdleDrivers = 16;
 constexpr int maxAttemptsWhileStopping = 8;
+const char* const destroyedText = "The client is being destroyed";
 
 std::exception_ptr cancelledError() {
     return std::make_exception_ptr(core::HttpRequestCancelledException());
+}
+
+// Ends the loop of the core's makeRequest, which only a throw between two attempts can: it prepares the
+// response for the next attempt, and the callback of this response lets it do so no more.
+void refuseNextAttempt(core::HttpResponse& response) {
+    auto refuses = std::make_shared<bool>(false);
+    core::HttpRequest request(core::HttpMethod::GET, core::URL(""), {});
+    request.setPreRespCodeAndHeadersCallback([refuses] {
+        if (*refuses) {
+            throw core::HttpRequestFailedException(destroyedText);
+        }
+    });
+    response = core::HttpResponse(request);
+    // One that was never made would not be prepared.
+    response.setResponseCodeAndReason(core::HttpResponseCode::ResponseNotReceived,
+                                      "Response Not Received");
+    *refuses = true;
 }
 
 }  // namespace
@@ -30,6 +48,7 @@ public:
         const std::lock_guard lock(engine_.mutex_);
         if (engine_.stopping_) {
             record->cancelled = true;
+            refusesMore_ = ++record->attemptsWhileStopping > maxAttemptsWhileStopping;
         }
         if (engine_.idleDrivers_.empty()) {
             driver_ = std::make_unique<Driver>(static_cast<long>(maxIdleDrivers));
@@ -53,10 +72,35 @@ public:
     }
 
     Driver& driver() noexcept { return *driver_; }
+    /// Whether this is one attempt too many for a client that is being destroyed.
+    bool refusesMore() const noexcept { return refusesMore_; }
 
 private:
     Engine& engine_;
+    bool refusesMore_ = false;
     std::unique_ptr<Driver> driver_;
+};
+
+/// Wakes the workers that were called, at its end: after the release of the lock, which they would only
+/// run into.
+class Engine::Wakeups {
+public:
+    Wakeups() = default;
+    Wakeups(const Wakeups&) = delete;
+    Wakeups& operator=(const Wakeups&) = delete;
+    ~Wakeups() {
+        for (Worker* worker : workers_) {
+            worker->wake();
+        }
+    }
+
+    void call(Worker& worker) {
+        worker.call();
+        workers_.push_back(&worker);
+    }
+
+private:
+    std::vector<Worker*> workers_;
 };
 
 Engine::Engine(CurlClientOptions options) : options_(std::move(options)) {}
@@ -71,11 +115,12 @@ Exchange::Shared Engine::shared() {
 }
 
 void Engine::setLimits(int threads, int perThread) {
+    Wakeups wakeups;
     const std::lock_guard lock(mutex_);
     maxWorkers_ = std::clamp(threads, 1, 64);
     maxPerWorker_ = std::clamp(perThread, 1, 256);
     if (!stopping_ && !workers_.empty()) {
-        dispatch();
+        dispatch(wakeups);
     }
 }
 
@@ -95,6 +140,9 @@ void Engine::send(core::HttpRequest& request,
     lease.driver().start(exchange);
     while (lease.driver().turn().empty()) {
         lease.driver().wait(Clock::time_point::max());
+    }
+    if (lease.refusesMore() && isAttempt && !record->id.has_value()) {
+        refuseNextAttempt(response);
     }
     if (std::exception_ptr error = exchange.takeError()) {
         std::rethrow_exception(std::move(error));
@@ -145,20 +193,23 @@ void Engine::sendAsync(core::HttpRequest request,
         std::make_unique<AsyncAttempt>(std::move(request), std::move(response), std::move(handler),
                                        std::move(record), std::move(settings), shared());
     {
+        Wakeups wakeups;
         const std::lock_guard lock(mutex_);
         if (!stopping_ && !attempt->record->cancelled) {
             if (delay > std::chrono::milliseconds::zero()) {
-                backingOff_.emplace(Clock::now() + delay, std::move(attempt));
-                wakeAll();
+                const auto entry = backingOff_.emplace(Clock::now() + delay, std::move(attempt));
+                if (entry == backingOff_.begin()) {
+                    callWorkers(wakeups);
+                }
             } else {
                 const std::uint64_t sequence = attempt->record->sequence;
                 queue_.emplace(sequence, std::move(attempt));
-                dispatch();
+                dispatch(wakeups);
             }
             return;
         }
     }
-    complete(std::move(attempt), cancelledError());
+    post(completion(std::move(attempt), cancelledError()));
 }
 
 std::shared_ptr<RequestRecord> Engine::useRecord(unsigned long id) {
@@ -172,7 +223,7 @@ std::shared_ptr<RequestRecord> Engine::useRecord(unsigned long id) {
         record->sequence = nextSequence_++;
     }
     if (stopping_ && ++record->attemptsWhileStopping > maxAttemptsWhileStopping) {
-        throw core::HttpRequestFailedException("The client is being destroyed");
+        throw core::HttpRequestFailedException(destroyedText);
     }
     ++record->uses;
     return record;
@@ -227,7 +278,7 @@ Worker* Engine::freeWorker() {
     return best;
 }
 
-void Engine::dispatch() {
+void Engine::dispatch(Wakeups& wakeups) {
     while (!queue_.empty()) {
         const int underWay =
             std::accumulate(workers_.begin(), workers_.end(), 0,
@@ -239,23 +290,24 @@ void Engine::dispatch() {
         worker->inbox.push_back(std::move(queue_.begin()->second));
         queue_.erase(queue_.begin());
         ++worker->load;
-        worker->wake();
+        wakeups.call(*worker);
     }
 }
 
-void Engine::releaseDue(Clock::time_point now) {
+void Engine::releaseDue(Clock::time_point now, Wakeups& wakeups) {
     while (!backingOff_.empty() && backingOff_.begin()->first <= now) {
         AttemptPointer attempt = std::move(backingOff_.begin()->second);
         backingOff_.erase(backingOff_.begin());
         const std::uint64_t sequence = attempt->record->sequence;
         queue_.emplace(sequence, std::move(attempt));
     }
-    dispatch();
+    dispatch(wakeups);
 }
 
 Engine::WorkerOrders Engine::ordersFor(Worker& worker) {
+    Wakeups wakeups;
     const std::lock_guard lock(mutex_);
-    releaseDue(Clock::now());
+    releaseDue(Clock::now(), wakeups);
     WorkerOrders orders;
     if (worker.load == static_cast<int>(worker.inbox.size())) {
         // Nothing of it has begun, so the worker can drop its connections first.
@@ -269,19 +321,30 @@ Engine::WorkerOrders Engine::ordersFor(Worker& worker) {
     return orders;
 }
 
-void Engine::attemptEnded(Worker& worker, AttemptPointer attempt) {
+void Engine::attemptsEnded(Worker& worker, std::vector<AttemptPointer> attempts) {
     {
+        Wakeups wakeups;
         const std::lock_guard lock(mutex_);
-        --worker.load;
-        dispatch();
+        worker.load -= static_cast<int>(attempts.size());
+        dispatch(wakeups);
+        if (stopping_ || worker.closesConnections) {
+            worker.call();
+        }
     }
-    std::exception_ptr error = attempt->exchange.takeError();
-    complete(std::move(attempt), std::move(error));
+    std::vector<Executor::Task> tasks;
+    tasks.reserve(attempts.size());
+    for (AttemptPointer& attempt : attempts) {
+        std::exception_ptr error = attempt->exchange.takeError();
+        tasks.push_back(completion(std::move(attempt), std::move(error)));
+    }
+    // Held here: a task may end the engine before this returns.
+    const std::shared_ptr<Executor> executor = executor_;
+    executor->post(std::move(tasks));
 }
 
-void Engine::complete(AttemptPointer attempt, std::exception_ptr error) {
-    post([self = shared_from_this(), attempt = std::shared_ptr<AsyncAttempt>(std::move(attempt)),
-          error = std::move(error)]() mutable { self->runHandler(*attempt, std::move(error)); });
+Executor::Task Engine::completion(AttemptPointer attempt, std::exception_ptr error) {
+    return [self = shared_from_this(), attempt = std::shared_ptr<AsyncAttempt>(std::move(attempt)),
+            error = std::move(error)]() mutable { self->runHandler(*attempt, std::move(error)); };
 }
 
 void Engine::runHandler(AsyncAttempt& attempt, std::exception_ptr error) {
@@ -311,10 +374,14 @@ void Engine::post(Executor::Task task) {
 
 // ---- cancellation and the end
 
-void Engine::wakeAll() {
+void Engine::callWorkers(Wakeups& wakeups) {
     for (const auto& worker : workers_) {
-        worker->wake();
+        wakeups.call(*worker);
     }
+}
+
+void Engine::wakeAll(Wakeups& wakeups) {
+    callWorkers(wakeups);
     for (const SyncSend& send : syncSends_) {
         send.driver->wake();
     }
@@ -339,14 +406,20 @@ std::vector<AttemptPointer> Engine::takeWaiting(const RequestRecord* record) {
 }
 
 void Engine::completeCancelled(std::vector<AttemptPointer> attempts) {
+    std::vector<Executor::Task> tasks;
+    tasks.reserve(attempts.size());
     for (AttemptPointer& attempt : attempts) {
-        complete(std::move(attempt), cancelledError());
+        tasks.push_back(completion(std::move(attempt), cancelledError()));
     }
+    // Held here: a task may end the engine before this returns.
+    const std::shared_ptr<Executor> executor = executor_;
+    executor->post(std::move(tasks));
 }
 
 bool Engine::cancel(unsigned long id) {
     std::vector<AttemptPointer> waiting;
     {
+        Wakeups wakeups;
         const std::lock_guard lock(mutex_);
         const auto entry = records_.find(id);
         if (entry == records_.end()) {
@@ -354,7 +427,7 @@ bool Engine::cancel(unsigned long id) {
         }
         entry->second->cancelled = true;
         waiting = takeWaiting(entry->second.get());
-        wakeAll();
+        wakeAll(wakeups);
     }
     completeCancelled(std::move(waiting));
     return true;
@@ -363,6 +436,7 @@ bool Engine::cancel(unsigned long id) {
 void Engine::cancelAll() {
     std::vector<AttemptPointer> waiting;
     {
+        Wakeups wakeups;
         const std::lock_guard lock(mutex_);
         for (const auto& [id, record] : records_) {
             record->cancelled = true;
@@ -374,19 +448,20 @@ void Engine::cancelAll() {
             send.record->cancelled = true;
         }
         waiting = takeWaiting(nullptr);
-        wakeAll();
+        wakeAll(wakeups);
     }
     completeCancelled(std::move(waiting));
 }
 
 void Engine::closeIdleConnections() {
     std::vector<std::unique_ptr<Driver>> dropped;
+    Wakeups wakeups;
     const std::lock_guard lock(mutex_);
     dropped.swap(idleDrivers_);
     for (const auto& worker : workers_) {
         worker->closesConnections = true;
     }
-    wakeAll();
+    wakeAll(wakeups);
 }
 
 void Engine::shutdown() {

@@ -72,7 +72,7 @@ public:
         bool end = false;
     };
     WorkerOrders ordersFor(Worker& worker);
-    void attemptEnded(Worker& worker, AttemptPointer attempt);
+    void attemptsEnded(Worker& worker, std::vector<AttemptPointer> attempts);
 
 private:
     using Records = std::unordered_map<unsigned long, std::shared_ptr<RequestRecord>>;
@@ -82,17 +82,19 @@ private:
         Driver* driver;
     };
     class SyncLease;
+    class Wakeups;
 
     Exchange::Shared shared();
     std::shared_ptr<RequestRecord> useRecord(unsigned long id);
     void releaseRecord(const std::shared_ptr<RequestRecord>& record);
     void forget(const std::shared_ptr<RequestRecord>& record);
     void place(AttemptPointer attempt);
-    void dispatch();
+    void dispatch(Wakeups& wakeups);
     Worker* freeWorker();
-    void releaseDue(Clock::time_point now);
-    void wakeAll();
-    void complete(AttemptPointer attempt, std::exception_ptr error);
+    void releaseDue(Clock::time_point now, Wakeups& wakeups);
+    void callWorkers(Wakeups& wakeups);
+    void wakeAll(Wakeups& wakeups);
+    Executor::Task completion(AttemptPointer attempt, std::exception_ptr error);
     void runHandler(AsyncAttempt& attempt, std::exception_ptr error);
     std::vector<AttemptPointer> takeWaiting(const RequestRecord* record);
     void completeCancelled(std::vector<AttemptPointer> attempts);

@@ -11,7 +11,6 @@
 
 #include <algorithm>
 #include <iostream>
-#include <sstream>
 #include <utility>
 
 namespace foundation::httpclient_curl {
@@ -29,10 +28,22 @@ Value info(CURL* easy, CURLINFO which) {
     return value;
 }
 
-std::string nameOf(HttpMethod method) {
-    std::ostringstream name;
-    name << method;
-    return name.str();
+const char* nameOf(HttpMethod method) {
+    switch (method) {
+        case HttpMethod::GET:
+            return "GET";
+        case HttpMethod::HEAD:
+            return "HEAD";
+        case HttpMethod::POST:
+            return "POST";
+        case HttpMethod::PUT:
+            return "PUT";
+        case HttpMethod::DELETE:
+            return "DELETE";
+        case HttpMethod::PATCH:
+            return "PATCH";
+    }
+    return "UNKNOWN";
 }
 
 std::string peerOf(CURL* easy) {
@@ -83,7 +94,8 @@ Exchange::Exchange(core::HttpRequest& request,
 
 Exchange::~Exchange() = default;
 
-Exchange::Next Exchange::begin() noexcept {
+Exchange::Next Exchange::begin(HandlePool& handles) noexcept {
+    handles_ = &handles;
     if (++history_.attempts == 1) {
         history_.begun = Clock::now();
     }
@@ -142,9 +154,8 @@ void Exchange::prepare() {
 }
 
 void Exchange::configureHop() {
-    // A fresh handle for each hop: one that has been reset after an HTTP/2 transfer refuses options.
     hop_ = std::make_unique<Hop>(settings_, shared_.options.maxResponseHeaderFields);
-    hop_->easy.reset(requireMemory(curl_easy_init()));
+    hop_->easy = handles_->take();
     CURL* easy = handle();
     setOption(easy, CURLOPT_URL, url_->text().c_str());
     setOption(easy, CURLOPT_ERRORBUFFER, hop_->errorText.data());
@@ -192,7 +203,7 @@ void Exchange::configureCallbacks(CURL* easy) {
 }
 
 void Exchange::configureBody(CURL* easy) {
-    const std::string name = nameOf(method_);
+    const char* const name = nameOf(method_);
     if (method_ == HttpMethod::HEAD) {
         setOption(easy, CURLOPT_NOBODY, 1L);
         return;
@@ -205,17 +216,19 @@ void Exchange::configureBody(CURL* easy) {
     if (sendsForm_) {
         hop_->form = std::make_unique<MultipartForm>(easy, request_.getMultipartBody());
         setOption(easy, CURLOPT_MIMEPOST, hop_->form->get());
-        setOption(easy, CURLOPT_CUSTOMREQUEST, name.c_str());
+        setOption(easy, CURLOPT_CUSTOMREQUEST, name);
         return;
     }
     if (!upload_.has_value() && (method_ == HttpMethod::GET || method_ == HttpMethod::DELETE)) {
         setOption(easy, CURLOPT_HTTPGET, 1L);
-        setOption(easy, CURLOPT_CUSTOMREQUEST, name.c_str());
+        if (method_ == HttpMethod::DELETE) {
+            setOption(easy, CURLOPT_CUSTOMREQUEST, name);
+        }
         return;
     }
     // Not CURLOPT_POST, which adds the Content-Type of a form.
     setOption(easy, CURLOPT_UPLOAD, 1L);
-    setOption(easy, CURLOPT_CUSTOMREQUEST, name.c_str());
+    setOption(easy, CURLOPT_CUSTOMREQUEST, name);
     setOption(easy, CURLOPT_INFILESIZE_LARGE,
               curl_off_t{upload_.has_value() ? upload_->length() : 0});
     setOption(easy, CURLOPT_READFUNCTION, &Exchange::readCallback);
@@ -231,26 +244,36 @@ bool Exchange::guarded(Action&& action) noexcept {
     if (cancelled_ || callbackError_ != nullptr) {
         return false;
     }
-    const Clock::time_point begin = Clock::now();
     try {
         action();
     } catch (...) {
         callbackError_ = std::current_exception();
     }
-    hop_->deadlines.excuse(Clock::now() - begin);
     return callbackError_ == nullptr && !startsOver_ && !hop_->givesUpBody && !aborted_;
+}
+
+// For what may run the caller's own code, whose time does not count.
+template <class Action>
+bool Exchange::excused(Action&& action) noexcept {
+    const Clock::time_point begin = Clock::now();
+    const bool goesOn = guarded(std::forward<Action>(action));
+    hop_->deadlines.excuse(Clock::now() - begin);
+    return goesOn;
 }
 
 std::size_t Exchange::headerCallback(char* data, std::size_t size, std::size_t count, void* self) {
     auto* exchange = static_cast<Exchange*>(self);
     const std::string_view line(data, size * count);
-    return exchange->guarded([=] { exchange->onHeader(line); }) ? line.size() : 0;
+    const auto take = [=] { exchange->onHeader(line); };
+    // Only the empty line at the end of a block has consequences outside.
+    const bool goesOn = line.size() <= 2 ? exchange->excused(take) : exchange->guarded(take);
+    return goesOn ? line.size() : 0;
 }
 
 std::size_t Exchange::writeCallback(char* data, std::size_t size, std::size_t count, void* self) {
     auto* exchange = static_cast<Exchange*>(self);
     const std::string_view bytes(data, size * count);
-    return exchange->guarded([=] { exchange->onBody(bytes); }) ? bytes.size()
+    return exchange->excused([=] { exchange->onBody(bytes); }) ? bytes.size()
                                                                : CURL_WRITEFUNC_ERROR;
 }
 
@@ -271,7 +294,7 @@ int Exchange::debugCallback(CURL* /*easy*/,
 std::size_t Exchange::readCallback(char* data, std::size_t size, std::size_t count, void* self) {
     auto* exchange = static_cast<Exchange*>(self);
     std::size_t got = 0;
-    return exchange->guarded([&] { got = exchange->onRead(data, size * count); })
+    return exchange->excused([&] { got = exchange->onRead(data, size * count); })
                ? got
                : CURL_READFUNC_ABORT;
 }
@@ -280,7 +303,7 @@ int Exchange::seekCallback(void* self, curl_off_t offset, int origin) {
     auto* exchange = static_cast<Exchange*>(self);
     int result = CURL_SEEKFUNC_CANTSEEK;
     if (offset == 0 && origin == SEEK_SET) {
-        exchange->guarded([&] { result = exchange->onSeek(); });
+        exchange->excused([&] { result = exchange->onSeek(); });
     }
     return result;
 }
@@ -526,6 +549,7 @@ Exchange::Next Exchange::finish(CURLcode code) noexcept {
     if (next == Next::Done) {
         settleResponse();
         report();
+        handles_->giveBack(std::move(hop_->easy), code);
     }
     return next;
 }

@@ -1,6 +1,7 @@
 #pragma once
 #include "CurlTypes.h"
 #include "Deadlines.h"
+#include "HandlePool.h"
 #include "HeaderBlock.h"
 #include "MultipartForm.h"
 #include "ProxyPass.h"
@@ -58,8 +59,9 @@ public:
     Exchange& operator=(const Exchange&) = delete;
     ~Exchange();
 
-    /// Prepares the first hop. Done: it failed before anything was sent.
-    Next begin() noexcept;
+    /// Prepares the first hop, with handles of the pool, which must outlive the last call of finish().
+    /// Done: it failed before anything was sent.
+    Next begin(HandlePool& handles) noexcept;
     /// The handle to drive after `Next::Again`.
     CURL* handle() const noexcept { return hop_->easy.get(); }
     /// Whether the transfer has to be taken out of its multi handle and ended with
@@ -67,7 +69,8 @@ public:
     bool mustStop(Clock::time_point now) noexcept;
     /// When to ask again.
     Clock::time_point nextCheck(Clock::time_point now) const noexcept;
-    /// The transfer ended with this code; it is out of its multi handle.
+    /// The transfer ended with this code; it is out of its multi handle. After `Next::Done` the handle is
+    /// back in its pool.
     Next finish(CURLcode code) noexcept;
     /// After `Next::Done`: null for success. The exchange keeps no reference to it.
     std::exception_ptr takeError() noexcept { return std::exchange(error_, nullptr); }
@@ -114,6 +117,8 @@ private:
 
     template <class Action>
     bool guarded(Action&& action) noexcept;
+    template <class Action>
+    bool excused(Action&& action) noexcept;
     void onHeader(std::string_view line);
     void onBlock();
     void onRawBody(std::string_view data);
@@ -167,6 +172,7 @@ private:
     std::unique_ptr<ResumeGuard> guard_;
     std::optional<UploadSource> upload_;
     bool sendsForm_ = false;
+    HandlePool* handles_ = nullptr;
     std::unique_ptr<Hop> hop_;
     int redirects_ = 0;
     int proxyRepeats_ = 0;   ///< Of the hop.

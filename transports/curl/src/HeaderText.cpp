@@ -1,6 +1,7 @@
 #include "HeaderText.h"
 
 #include <algorithm>
+#include <array>
 
 namespace foundation::httpclient_curl {
 namespace {
@@ -9,11 +10,21 @@ char lowered(char c) {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
+constexpr std::array<bool, 256> tokenCharacters = [] {
+    std::array<bool, 256> table{};
+    for (const char c : std::string_view("!#$%&'*+-.^_`|~0123456789"
+                                         "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ")) {
+        table[static_cast<unsigned char>(c)] = true;
+    }
+    return table;
+}();
+
 bool isTokenCharacter(char c) {
-    constexpr std::string_view marks = "!#$%&'*+-.^_`|~";
-    const char letter = lowered(c);
-    return (letter >= 'a' && letter <= 'z') || (c >= '0' && c <= '9') ||
-           marks.find(c) != std::string_view::npos;
+    return tokenCharacters[static_cast<unsigned char>(c)];
+}
+
+bool isBlank(char c) {
+    return c == ' ' || c == '\t' || c == '\r' || c == '\n';
 }
 
 }  // namespace
@@ -28,11 +39,13 @@ bool isToken(std::string_view text) {
 }
 
 std::string_view trimmed(std::string_view text) {
-    const std::size_t first = text.find_first_not_of(" \t\r\n");
-    if (first == std::string_view::npos) {
-        return {};
+    while (!text.empty() && isBlank(text.front())) {
+        text.remove_prefix(1);
     }
-    return text.substr(first, text.find_last_not_of(" \t\r\n") - first + 1);
+    while (!text.empty() && isBlank(text.back())) {
+        text.remove_suffix(1);
+    }
+    return text;
 }
 
 bool isInternalName(std::string_view name) {

@@ -26,6 +26,19 @@ std::string lowered(std::string text) {
     return text;
 }
 
+// Whether libcurl would print the URL exactly as it stands: nothing to take out, to add or to decode
+// before the path. To print a URL costs libcurl as much as to parse it.
+bool isPrintedVerbatim(std::string_view text) {
+    for (const std::string_view scheme : {"http://", "https://"}) {
+        if (text.starts_with(scheme)) {
+            const std::size_t end = text.find_first_of("/?#@%", scheme.size());
+            return end != std::string_view::npos && end > scheme.size() && text[end] == '/' &&
+                   text.find('#', end) == std::string_view::npos && !text.ends_with('?');
+        }
+    }
+    return false;
+}
+
 std::string requestText(const core::HttpRequest& request) {
     core::URL url = request.getURL();
     if (url.getProtocol().empty()) {
@@ -93,9 +106,7 @@ void WireUrl::split(const char* base, const std::string& text, bool keepPath) {
     curl_url_set(url.get(), CURLUPART_USER, nullptr, 0);
     curl_url_set(url.get(), CURLUPART_PASSWORD, nullptr, 0);
     curl_url_set(url.get(), CURLUPART_FRAGMENT, nullptr, 0);
-    text_ = part(url.get(), CURLUPART_URL);
-    path_ = part(url.get(), CURLUPART_PATH);
-    query_ = part(url.get(), CURLUPART_QUERY);
+    text_ = keepPath && isPrintedVerbatim(text) ? text : part(url.get(), CURLUPART_URL);
     origin_ = {lowered(part(url.get(), CURLUPART_SCHEME)), lowered(part(url.get(), CURLUPART_HOST)),
                part(url.get(), CURLUPART_PORT, CURLU_DEFAULT_PORT)};
     if (origin_.scheme != "http" && origin_.scheme != "https") {
@@ -123,9 +134,10 @@ core::URL WireUrl::toUrl() const {
         std::from_chars(host.data() + colon + 1, host.data() + host.size(), port);
         url.setPort(port);
     }
-    url.setPath(path_);
-    if (!query_.empty()) {
-        url.setQueryParameters(core::QueryParameters("?" + query_));
+    const std::size_t query = std::min(text_.find('?', slash), text_.size());
+    url.setPath(text_.substr(slash, query - slash));
+    if (query + 1 < text_.size()) {
+        url.setQueryParameters(core::QueryParameters(text_.substr(query)));
     }
     return url;
 }

@@ -31,8 +31,6 @@ private:
     WireUrl() = default;
 
     std::string text_;
-    std::string path_;
-    std::string query_;
     Origin origin_;
 
     void split(const char* base, const std::string& text, bool keepPath);

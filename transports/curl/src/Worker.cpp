@@ -14,35 +14,46 @@ Worker::~Worker() = default;
 
 void Worker::run() {
     for (;;) {
-        Engine::WorkerOrders orders = engine_.ordersFor(*this);
-        if (orders.end) {
+        const bool isDue = nextTimer_ <= Exchange::Clock::now();
+        if ((hasOrders_.exchange(false) || isDue) && !followOrders()) {
             return;
         }
-        if (orders.closeConnections) {
-            driver_.closeConnections();
-        }
-        for (AttemptPointer& attempt : orders.begin) {
-            attempts_.push_back(std::move(attempt));
-            driver_.start(attempts_.back()->exchange);
-        }
         const std::vector<Exchange*> ended = driver_.turn();
-        for (const Exchange* exchange : ended) {
-            engine_.attemptEnded(*this, takeOut(exchange));
+        if (!ended.empty()) {
+            engine_.attemptsEnded(*this, takeOut(ended));
         }
-        if (ended.empty()) {
-            driver_.wait(orders.nextTimer);
+        if (!hasOrders_) {
+            driver_.wait(nextTimer_);
         }
     }
 }
 
-AttemptPointer Worker::takeOut(const Exchange* exchange) {
-    const auto place = std::find_if(
-        attempts_.begin(), attempts_.end(),
-        [exchange](const AttemptPointer& attempt) { return &attempt->exchange == exchange; });
-    AttemptPointer attempt = std::move(*place);
-    *place = std::move(attempts_.back());
-    attempts_.pop_back();
-    return attempt;
+// False when the thread has to end.
+bool Worker::followOrders() {
+    Engine::WorkerOrders orders = engine_.ordersFor(*this);
+    nextTimer_ = orders.nextTimer;
+    if (orders.closeConnections) {
+        driver_.closeConnections();
+    }
+    for (AttemptPointer& attempt : orders.begin) {
+        attempts_.push_back(std::move(attempt));
+        driver_.start(attempts_.back()->exchange);
+    }
+    return !orders.end;
+}
+
+std::vector<AttemptPointer> Worker::takeOut(const std::vector<Exchange*>& ended) {
+    std::vector<AttemptPointer> taken;
+    taken.reserve(ended.size());
+    for (const Exchange* exchange : ended) {
+        const auto place = std::find_if(
+            attempts_.begin(), attempts_.end(),
+            [exchange](const AttemptPointer& attempt) { return &attempt->exchange == exchange; });
+        taken.push_back(std::move(*place));
+        *place = std::move(attempts_.back());
+        attempts_.pop_back();
+    }
+    return taken;
 }
 
 }  // namespace foundation::httpclient_curl

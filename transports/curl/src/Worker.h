@@ -2,6 +2,7 @@
 #include "AsyncAttempt.h"
 #include "Driver.h"
 
+#include <atomic>
 #include <thread>
 #include <vector>
 
@@ -22,6 +23,8 @@ public:
     /// Waits for the thread, which the engine must have told to end.
     void join() { thread_.join(); }
 
+    /// The thread is to ask for its orders. To be followed by wake().
+    void call() noexcept { hasOrders_ = true; }
     void wake() noexcept { driver_.wake(); }
     bool runsHere() const noexcept { return thread_.get_id() == std::this_thread::get_id(); }
 
@@ -32,9 +35,12 @@ public:
 
 private:
     void run();
-    AttemptPointer takeOut(const Exchange* exchange);
+    bool followOrders();
+    std::vector<AttemptPointer> takeOut(const std::vector<Exchange*>& ended);
 
     Engine& engine_;
+    std::atomic<bool> hasOrders_ = true;
+    Exchange::Clock::time_point nextTimer_ = Exchange::Clock::time_point::max();
     Driver driver_;
     std::vector<AttemptPointer> attempts_;
     std::thread thread_;

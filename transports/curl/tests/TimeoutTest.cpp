@@ -1,10 +1,9 @@
+#include "GeneratedBody.h"
+#include "HangingResolver.h"
+#include "SilentPeer.h"
 #include "TestClient.h"
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
 #include <sstream>
-#include <sys/socket.h>
-#include <unistd.h>
 
 namespace foundation::httpclient_curl::testing {
 namespace {
@@ -79,30 +78,78 @@ TEST_P(TimeoutTest, EndsABodyThatTrickles) {
 }
 
 TEST_P(TimeoutTest, EndsAConnectionThatIsNotAnswered) {
-    // A listener whose queue is full leaves further connections unanswered.
-    const int listener = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof address;
-    auto* generic = reinterpret_cast<sockaddr*>(&address);
-    ASSERT_EQ(::bind(listener, generic, size), 0);
-    ASSERT_EQ(::listen(listener, 0), 0);
-    ASSERT_EQ(::getsockname(listener, generic, &size), 0);
-    std::vector<int> fillers;
-    for (int i = 0; i < 3; ++i) {
-        fillers.push_back(::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0));
-        ::connect(fillers.back(), generic, size);
-    }
+    const SilentPeer peer(SilentPeer::Queue::Full);
     ClientConfiguration configuration;
     Access::setConnectTimeoutMs(configuration, 100);
-    const std::string url = "http://127.0.0.1:" + std::to_string(ntohs(address.sin_port)) + "/";
-    EXPECT_EQ(expectTimeout(HttpRequest(HttpMethod::GET, url, {}), configuration),
+    EXPECT_EQ(expectTimeout(HttpRequest(HttpMethod::GET, "http://" + peer.authority() + "/", {}),
+                            configuration),
               HttpResponseCode::RequestNotMade);
-    for (const int filler : fillers) {
-        ::close(filler);
-    }
-    ::close(listener);
+}
+
+TEST_P(TimeoutTest, EndsALookUpThatHangs) {
+    HangingResolver resolver;
+    ClientConfiguration configuration;
+    Access::setConnectTimeoutMs(configuration, 100);
+    EXPECT_EQ(expectTimeout(HttpRequest(HttpMethod::GET, "http://" + resolver.host() + "/", {}),
+                            configuration),
+              HttpResponseCode::RequestNotMade);
+}
+
+TEST_P(TimeoutTest, EndsATlsHandshakeThatIsNotAnswered) {
+    const SilentPeer peer;
+    ClientConfiguration configuration;
+    Access::setConnectTimeoutMs(configuration, 100);
+    EXPECT_EQ(expectTimeout(HttpRequest(HttpMethod::GET, "https://" + peer.authority() + "/", {}),
+                            configuration),
+              HttpResponseCode::RequestNotMade);
+}
+
+TEST_P(TimeoutTest, EndsATunnelThatIsNotGranted) {
+    const SilentPeer proxy;
+    ClientConfiguration configuration;
+    Access::setConnectTimeoutMs(configuration, 100);
+    Access::setProxyUrl(configuration, "http://" + proxy.authority());
+    EXPECT_EQ(
+        expectTimeout(HttpRequest(HttpMethod::GET, "https://origin.test/", {}), configuration),
+        HttpResponseCode::RequestNotMade);
+}
+
+TEST_P(TimeoutTest, EndsAnUploadThatStalls) {
+    const SilentPeer peer;
+    ClientConfiguration configuration;
+    Access::setIdleTimeoutMs(configuration, 100);
+    constexpr std::int64_t size = std::int64_t{1} << 30;
+    HttpRequest request(HttpMethod::PUT, "http://" + peer.authority() + "/", {});
+    request.setRequestBody(std::make_unique<StreamOver<GeneratedBuffer>>(size));
+    request.setHeaderValue("Content-Length", std::to_string(size));
+    EXPECT_EQ(expectTimeout(std::move(request), configuration),
+              HttpResponseCode::ResponseNotReceived);
+}
+
+TEST_P(TimeoutTest, EndsAStatusLineThatDrips) {
+    LoopbackServer server([](const ReceivedRequest&, Connection& connection) {
+        connection.send("HTTP/1.1 200 ");
+        while (connection.send("K") && connection.pause(std::chrono::milliseconds(20))) {
+        }
+    });
+    ClientConfiguration configuration;
+    Access::setResponseTimeoutMs(configuration, 100);
+    EXPECT_EQ(expectTimeout(HttpRequest(HttpMethod::GET, server.url(), {}), configuration),
+              HttpResponseCode::ResponseNotReceived);
+}
+
+TEST_P(TimeoutTest, EndsHeadersThatDrip) {
+    LoopbackServer server([](const ReceivedRequest&, Connection& connection) {
+        connection.send("HTTP/1.1 200 OK\r\n");
+        while (connection.send("X-Drip: 1\r\n") &&
+               connection.pause(std::chrono::milliseconds(20))) {
+        }
+    });
+    ClientConfiguration configuration;
+    Access::setIdleTimeoutMs(configuration, 100);
+    configuration.setIdleSpeed(100000);
+    EXPECT_EQ(expectTimeout(HttpRequest(HttpMethod::GET, server.url(), {}), configuration),
+              HttpResponseCode::ResponseNotReceived);
 }
 
 TEST_P(TimeoutTest, LeavesSlowButSteadyTransfersAlone) {

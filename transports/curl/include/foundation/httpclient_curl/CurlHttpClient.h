@@ -48,10 +48,14 @@ struct TransferSettings;
 /// (clamped to 1..64 and 1..256); more wait in order. Response streams, stream factories, progress and
 /// pre-response callbacks are called on those threads: one that blocks holds up the other transfers of its
 /// thread. Handlers and strategies run on other threads, where they may sleep, and start and await
-/// requests of the same client; up to 256 at a time. Waits before a retry occupy no thread.
+/// requests of the same client; up to 256 at a time. As long as they are quick, one thread calls them in
+/// turn; where one blocks, the next wait for it for 10 ms at most. Waits before a retry occupy no thread.
 ///
 /// The destructor ends all requests with `HttpRequestCancelledException` and returns when every handler
-/// has run. It may be called from a handler, whose own call is then the only one still running, but not
+/// has run and every synchronous request has returned; name look-ups that hang do not hold it up. A retry
+/// strategy that says yes all the same is asked a few times more, each attempt failing at once; after
+/// eight the request ends with HttpRequestFailedException "The client is being destroyed" (a synchronous
+/// one) or "Request abandoned before completion" (an asynchronous one). The destructor may be called from a handler, whose own call is then the only one still running, but not
 /// from a stream, factory or callback of a transfer: that ends the program.
 ///
 /// @par Thread safety
@@ -116,7 +120,9 @@ public:
     unsigned long makeAsyncRequest(httpclient_core::HttpRequest request,
                                    httpclient_core::CompletionHandler handler) override;
 
-    /// Cancels the asynchronous request of this id. Returns true if it was in flight: queued, under way,
+    /// Cancels the asynchronous request of this id, whatever it is doing: queued, looking up a name,
+    /// connecting, in the handshakes of TLS or a proxy, sending, receiving or waiting. A stream, factory or
+    /// callback of the caller that blocks cannot be interrupted. Returns true if it was in flight: queued, under way,
     /// waiting for a retry, or in its strategies; false once its handler was called. Cancelled requests end
     /// promptly with HttpRequestCancelledException and response code -1, and are not sent again.
     bool cancelRequest(unsigned long requestId) override;
