@@ -127,8 +127,15 @@ void Exchange::prepare() {
         lastProgress_ = Clock::now();
     }
     url_ = std::make_unique<WireUrl>(request_);
-    firstOrigin_ = url_->origin();
+    if (!history_.firstOrigin.has_value()) {
+        history_.firstOrigin = url_->origin();
+    }
+    firstOrigin_ = *history_.firstOrigin;
     headers_ = std::make_unique<RequestHeaders>(request_.getHeaders());
+    if (url_->origin() != firstOrigin_) {
+        // Rebuilt by the core for the URL at which a redirect ended, with all of its headers.
+        headers_->dropSensitive(shared_.options.sensitiveHeaders);
+    }
     sendsForm_ = request_.hasMultipartBody();
     if (sendsForm_ && request_.hasRequestBody()) {
         throw HttpRequestFailedException("The request has both a body and a multipart body");
@@ -672,7 +679,7 @@ void Exchange::followRedirect() {
     }
     method_ = method;
     if (next.origin() != firstOrigin_) {
-        headers_->dropCredentials();
+        headers_->dropSensitive(shared_.options.sensitiveHeaders);
     }
     *url_ = std::move(next);
     ++redirects_;
