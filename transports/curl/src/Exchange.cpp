@@ -735,9 +735,10 @@ void Exchange::keepBodyForRetry() {
         // The core leaves the response of a request that was not made as it is.
         return;
     }
-    core::HttpHeaders headers = response_.getHeaders();
-    const bool saysSo = headers.getHeaderValueOr("Accept-Ranges", {}) == "bytes";
+    const bool saysSo = response_.hasHeader("Accept-Ranges") &&
+                        response_.getHeaderValue("Accept-Ranges") == "bytes";
     if (guard_->isResumable() && !saysSo) {
+        core::HttpHeaders headers = response_.getHeaders();
         history_.held.emplace(code, headers);
         response_.setHeaders(HeldAnswer::keeping(std::move(headers)));
     }
