@@ -139,8 +139,15 @@ void Exchange::prepare() {
         lastProgress_ = Clock::now();
     }
     url_ = std::make_unique<WireUrl>(request_);
-    firstOrigin_ = url_->origin();
+    if (!history_.firstOrigin.has_value()) {
+        history_.firstOrigin = url_->origin();
+    }
+    firstOrigin_ = *history_.firstOrigin;
     headers_ = std::make_unique<RequestHeaders>(request_.getHeaders());
+    if (url_->origin() != firstOrigin_) {
+        // Rebuilt by the core for the URL at which a redirect ended, with all of its headers.
+        headers_->dropSensitive(shared_.options.sensitiveHeaders);
+    }
     sendsForm_ = request_.hasMultipartBody();
     if (sendsForm_ && request_.hasRequestBody()) {
         throw HttpRequestFailedException("The request has both a body and a multipart body");
@@ -344,11 +351,13 @@ void Exchange::onBlock() {
     if (const std::optional<std::string> flaw = framingFlaw(block)) {
         refuseAnswer(*flaw);
     }
-    if (isChunked(block)) {
+    // Once more where libcurl repeats a request.
+    hop_->chunks = ChunkCheck();
+    hop_->isChunked = isChunked(block) && method_ != HttpMethod::HEAD &&
+                      code != HttpResponseCode::NoContent && code != HttpResponseCode::NotModified;
+    if (hop_->isChunked) {
         // The only way to see a chunked body as it came.
         setOption(handle(), CURLOPT_VERBOSE, 1L);
-        hop_->isChunked = method_ != HttpMethod::HEAD && code != HttpResponseCode::NoContent &&
-                          code != HttpResponseCode::NotModified;
     }
     if (hop_->dropsBody()) {
         return;
@@ -369,7 +378,7 @@ void Exchange::onBlock() {
 }
 
 void Exchange::onRawBody(std::string_view data) {
-    if (!hop_->chunks.add(data)) {
+    if (hop_->isChunked && !hop_->chunks.add(data)) {
         refuseAnswer("its chunks make no sense");
     }
 }
@@ -575,14 +584,14 @@ Exchange::Next Exchange::conclude(CURLcode code) {
         restart();
         return Next::Again;
     }
+    if (hop_->compares && !committed_) {
+        // Broken off before anything could be appended.
+        deliver(hop_->block, ResumeGuard::Verdict::Accept);
+    }
     adoptUpgrade();
     if (hop_->pass.has_value() && hop_->pass->repeats()) {
         repeatForProxy();
         return Next::Again;
-    }
-    if (hop_->compares && !committed_) {
-        // Broken off before anything could be appended.
-        deliver(hop_->block, ResumeGuard::Verdict::Accept);
     }
     // However its body ended, the redirect itself was complete.
     if (hop_->redirects) {
@@ -694,7 +703,7 @@ void Exchange::followRedirect() {
     }
     method_ = method;
     if (next.origin() != firstOrigin_) {
-        headers_->dropCredentials();
+        headers_->dropSensitive(shared_.options.sensitiveHeaders);
     }
     *url_ = std::move(next);
     ++redirects_;
@@ -750,9 +759,10 @@ void Exchange::keepBodyForRetry() {
         // The core leaves the response of a request that was not made as it is.
         return;
     }
-    core::HttpHeaders headers = response_.getHeaders();
-    const bool saysSo = headers.getHeaderValueOr("Accept-Ranges", {}) == "bytes";
+    const bool saysSo = response_.hasHeader("Accept-Ranges") &&
+                        response_.getHeaderValue("Accept-Ranges") == "bytes";
     if (guard_->isResumable() && !saysSo) {
+        core::HttpHeaders headers = response_.getHeaders();
         history_.held.emplace(code, headers);
         response_.setHeaders(HeldAnswer::keeping(std::move(headers)));
     }
