@@ -2,6 +2,7 @@
 
 #include "Engine.h"
 #include "GuardedHandler.h"
+#include "SharedPrompt.h"
 
 #include <foundation/httpclient_core/detail/BackoffHook.h>
 
@@ -59,6 +60,10 @@ CurlHttpClient::CurlHttpClient(std::shared_ptr<core::ProxyCredentialPrompt> prom
 CurlHttpClient::CurlHttpClient(CurlClientOptions options) {
     initializeLibrary();
     engine_ = std::make_shared<Engine>(std::move(options));
+    const auto& prompt = engine_->options().credentialPrompt;
+    if (prompt != nullptr) {
+        prompt_ = std::make_shared<SharedPrompt>(prompt, engine_->credentials());
+    }
 }
 
 CurlHttpClient::~CurlHttpClient() {
@@ -78,9 +83,9 @@ std::shared_ptr<core::ProxyCredentialStore> CurlHttpClient::proxyCredentialStore
 }
 
 std::shared_ptr<core::ProxyCredentialPrompt> CurlHttpClient::proxyCredentialPrompt(
-    const core::HttpResponse& /*response*/,
+    const core::HttpResponse& response,
     const std::exception_ptr& /*error*/) const {
-    return engine_->options().credentialPrompt;
+    return prompt_ != nullptr ? std::make_shared<RequestPrompt>(prompt_, response) : nullptr;
 }
 
 TransferSettings CurlHttpClient::settingsFor(const core::HttpRequest& request) const {

@@ -25,6 +25,7 @@ using MultiHandle = std::unique_ptr<CURLM, Release<curl_multi_cleanup>>;
 using UrlHandle = std::unique_ptr<CURLU, Release<curl_url_cleanup>>;
 using HeaderLines = std::unique_ptr<curl_slist, Release<curl_slist_free_all>>;
 using FormHandle = std::unique_ptr<curl_mime, Release<curl_mime_free>>;
+using ShareHandle = std::unique_ptr<CURLSH, Release<curl_share_cleanup>>;
 using CurlText = std::unique_ptr<char, Release<curl_free>>;
 
 /// Throws std::bad_alloc for the null that libcurl answers where it has no memory.

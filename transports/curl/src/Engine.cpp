@@ -62,6 +62,14 @@ private:
 Engine::Engine(CurlClientOptions options) : options_(std::move(options)) {}
 Engine::~Engine() = default;
 
+Exchange::Shared Engine::shared() {
+    return {.proxies = proxies_,
+            .credentials = *credentials_,
+            .proxyKnowledge = proxyKnowledge_,
+            .shares = shares_,
+            .options = options_};
+}
+
 void Engine::setLimits(int threads, int perThread) {
     const std::lock_guard lock(mutex_);
     maxWorkers_ = std::clamp(threads, 1, 64);

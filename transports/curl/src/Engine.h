@@ -3,8 +3,10 @@
 #include "CredentialStore.h"
 #include "Driver.h"
 #include "Executor.h"
+#include "ProxyKnowledge.h"
 #include "ProxyResolver.h"
 #include "RequestRecord.h"
+#include "TransferShares.h"
 #include "Worker.h"
 
 #include <foundation/httpclient_curl/CurlClientOptions.h>
@@ -62,10 +64,6 @@ public:
     /// The request of the calling thread is about to reach its caller: it cannot be cancelled any more.
     void deliveryBegins();
 
-    Exchange::Shared shared() const noexcept {
-        return {.proxies = proxies_, .credentials = *credentials_, .options = options_};
-    }
-
     // For workers.
     struct WorkerOrders {
         std::vector<AttemptPointer> begin;
@@ -85,6 +83,7 @@ private:
     };
     class SyncLease;
 
+    Exchange::Shared shared();
     std::shared_ptr<RequestRecord> useRecord(unsigned long id);
     void releaseRecord(const std::shared_ptr<RequestRecord>& record);
     void forget(const std::shared_ptr<RequestRecord>& record);
@@ -101,6 +100,8 @@ private:
     const CurlClientOptions options_;
     const ProxyResolver proxies_;
     const std::shared_ptr<CredentialStore> credentials_ = std::make_shared<CredentialStore>();
+    ProxyKnowledge proxyKnowledge_;
+    const TransferShares shares_;  ///< Outlives all that transfers.
     const std::shared_ptr<Executor> executor_ = std::make_shared<Executor>();
 
     std::mutex mutex_;  ///< Guards all that follows.

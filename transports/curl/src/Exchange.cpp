@@ -1,7 +1,9 @@
 #include "Exchange.h"
 
 #include "BodyStream.h"
+#include "ConnectionOptions.h"
 #include "HeaderText.h"
+#include "InternalHeaders.h"
 #include "Redirects.h"
 
 #include <foundation/httpclient_core/HttpRequestCancelledException.h>
@@ -19,8 +21,6 @@ using core::HttpMethod;
 using core::HttpRequestCancelledException;
 using core::HttpRequestFailedException;
 using core::HttpResponseCode;
-
-const char* const proxyInfoHeader = "QZ-Internal-Proxy-Info";
 
 template <class Value>
 Value info(CURL* easy, CURLINFO which) {
@@ -158,52 +158,28 @@ void Exchange::configureHop() {
     setOption(easy, CURLOPT_UPLOAD_BUFFERSIZE, 524288L);
     hop_->lines = headers_->lines(guard_->range(), guard_->ifRange());
     setOption(easy, CURLOPT_HTTPHEADER, hop_->lines.get());
-    configureConnection(easy);
+    setConnectionOptions(easy, settings_, shared_.shares);
+    configureProxy(easy);
     configureCallbacks(easy);
     configureBody(easy);
 }
 
-void Exchange::configureConnection(CURL* easy) {
-    setOption(easy, CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
-    setOption(easy, CURLOPT_SSL_VERIFYPEER, 1L);
-    setOption(easy, CURLOPT_SSL_VERIFYHOST, 2L);
-    if (!settings_.certificateFile.empty()) {
-        setOption(easy, CURLOPT_CAINFO, settings_.certificateFile.c_str());
-    }
-    // 0 would mean libcurl's own limit.
-    constexpr std::int64_t longest = 2147483647;
-    const std::int64_t connectTimeout = settings_.connectTimeout.count();
-    setOption(easy, CURLOPT_CONNECTTIMEOUT_MS,
-              static_cast<long>(connectTimeout > 0 ? std::min(connectTimeout, longest) : longest));
-    // An ended transfer must not wait for its name to be resolved.
-    setOption(easy, CURLOPT_QUICK_EXIT, 1L);
-    // Servers drop idle connections after a minute at the earliest.
-    setOption(easy, CURLOPT_MAXAGE_CONN, 55L);
+void Exchange::configureProxy(CURL* easy) {
     if (!settings_.domainSocketPath.empty()) {
-        setOption(easy, CURLOPT_UNIX_SOCKET_PATH, settings_.domainSocketPath.c_str());
-    } else {
-        hop_->proxy = shared_.proxies.proxyFor(url_->origin(), settings_.proxyUrl);
+        return;
     }
-    const std::optional<Proxy>& proxy = hop_->proxy;
-    // Both set always, so that libcurl does not look into the environment itself.
-    setOption(easy, CURLOPT_PROXY, proxy.has_value() ? proxy->url.c_str() : "");
-    setOption(easy, CURLOPT_NOPROXY, "");
+    std::optional<Proxy> proxy = shared_.proxies.proxyFor(url_->origin(), settings_.proxyUrl);
     if (!proxy.has_value()) {
         return;
     }
-    hop_->hasProxyLogin = proxy->hasCredentials;
+    std::optional<ProxyLogin> login;
     if (settings_.useStoredProxyCredentials) {
-        const auto login = shared_.credentials.credentialsFor(proxy->info);
-        if (login.has_value()) {
-            const std::size_t colon = std::min(login->find(':'), login->size());
-            setOption(easy, CURLOPT_PROXYUSERNAME, login->substr(0, colon).c_str());
-            setOption(easy, CURLOPT_PROXYPASSWORD,
-                      login->substr(std::min(colon + 1, login->size())).c_str());
-            hop_->hasProxyLogin = true;
-        }
+        login = shared_.credentials.loginFor(proxy->info);
     }
-    // Never "any": where the proxy offers Negotiate without a ticket here, that ends the attempt.
-    setOption(easy, CURLOPT_PROXYAUTH, static_cast<long>(CURLAUTH_BASIC | CURLAUTH_DIGEST));
+    constexpr int mostRepeats = 2;
+    hop_->pass.emplace(std::move(*proxy), std::move(login), shared_.proxyKnowledge,
+                       proxyRepeats_ < mostRepeats);
+    hop_->pass->configure(easy, nameOf(method_), *url_);
 }
 
 void Exchange::configureCallbacks(CURL* easy) {
@@ -330,7 +306,11 @@ void Exchange::onHeader(std::string_view line) {
 
 void Exchange::onBlock() {
     const HeaderBlock& block = hop_->block;
-    if (info<long>(handle(), CURLINFO_RESPONSE_CODE) == 0) {
+    const bool toConnect = info<long>(handle(), CURLINFO_RESPONSE_CODE) == 0;
+    if (hop_->pass.has_value()) {
+        hop_->pass->onAnswer(block, toConnect);
+    }
+    if (toConnect) {
         hop_->connectBlock = block;
         return;
     }
@@ -341,11 +321,16 @@ void Exchange::onBlock() {
     if (const std::optional<std::string> flaw = framingFlaw(block)) {
         refuseAnswer(*flaw);
     }
-    if (isChunked(block)) {
+    // Once more where libcurl repeats a request.
+    hop_->chunks = ChunkCheck();
+    hop_->isChunked = isChunked(block) && method_ != HttpMethod::HEAD &&
+                      code != HttpResponseCode::NoContent && code != HttpResponseCode::NotModified;
+    if (hop_->isChunked) {
         // The only way to see a chunked body as it came.
         setOption(handle(), CURLOPT_VERBOSE, 1L);
-        hop_->isChunked = method_ != HttpMethod::HEAD && code != HttpResponseCode::NoContent &&
-                          code != HttpResponseCode::NotModified;
+    }
+    if (hop_->dropsBody()) {
+        return;
     }
     if (settings_.followRedirects && isRedirect(code) && block.headers().hasHeader("Location")) {
         tooManyRedirects_ = redirects_ >= settings_.maxRedirects;
@@ -354,16 +339,16 @@ void Exchange::onBlock() {
             return;
         }
     }
-    hop_->undecided =
-        (code == HttpResponseCode::ProxyAuthenticationRequired && hop_->hasProxyLogin) ||
-        (code == HttpResponseCode::ExpectationFailed && headers_->hasExpect());
+    hop_->undecided = (code == HttpResponseCode::ProxyAuthenticationRequired &&
+                       hop_->pass.has_value() && hop_->pass->libcurlAnswers()) ||
+                      (code == HttpResponseCode::ExpectationFailed && headers_->hasExpect());
     if (!hop_->undecided) {
         commit(block);
     }
 }
 
 void Exchange::onRawBody(std::string_view data) {
-    if (!hop_->chunks.add(data)) {
+    if (hop_->isChunked && !hop_->chunks.add(data)) {
         refuseAnswer("its chunks make no sense");
     }
 }
@@ -395,9 +380,9 @@ void Exchange::commit(const HeaderBlock& block) {
 void Exchange::deliver(const HeaderBlock& block, ResumeGuard::Verdict verdict) {
     committed_ = true;
     core::HttpHeaders headers = block.headers();
-    const auto& proxy = hop_->proxy;
-    if (block.code() == HttpResponseCode::ProxyAuthenticationRequired && proxy.has_value()) {
-        headers.addHeaderValue(proxyInfoHeader, proxy->info);
+    if (hop_->pass.has_value() && hop_->pass->isRefused()) {
+        headers.addHeaderValue(proxyInfoHeader, hop_->pass->info());
+        headers.addHeaderValue(proxyGenerationHeader, std::to_string(hop_->pass->generation()));
     }
     response_.setResponseCodeAndReason(block.code(), block.reason());
     if (verdict == ResumeGuard::Verdict::HoldAside) {
@@ -416,7 +401,7 @@ void Exchange::deliver(const HeaderBlock& block, ResumeGuard::Verdict verdict) {
 
 void Exchange::onBody(std::string_view data) {
     received_ += static_cast<std::int64_t>(data.size());
-    if (hop_->redirects) {
+    if (hop_->dropsBody()) {
         constexpr std::int64_t worthReading = 65536;
         hop_->swallowedBytes += static_cast<std::int64_t>(data.size());
         guard_->addDropped(data.size());
@@ -572,6 +557,11 @@ Exchange::Next Exchange::conclude(CURLcode code) {
         // Broken off before anything could be appended.
         deliver(hop_->block, ResumeGuard::Verdict::Accept);
     }
+    adoptUpgrade();
+    if (hop_->pass.has_value() && hop_->pass->repeats()) {
+        repeatForProxy();
+        return Next::Again;
+    }
     // However its body ended, the redirect itself was complete.
     if (hop_->redirects) {
         isLasting_ = true;
@@ -649,6 +639,28 @@ void Exchange::restart() {
     configureHop();
 }
 
+void Exchange::repeatForProxy() {
+    ++proxyRepeats_;
+    rewindBody();
+    configureHop();
+}
+
+void Exchange::adoptUpgrade() {
+    if (!settings_.hstsEnabled || url_->origin().scheme != "http") {
+        return;
+    }
+    const auto* effective = info<const char*>(handle(), CURLINFO_EFFECTIVE_URL);
+    if (effective == nullptr || !std::string_view(effective).starts_with("https:")) {
+        return;
+    }
+    const bool isFirst = url_->origin() == firstOrigin_;
+    *url_ = url_->resolve(effective);
+    upgraded_ = true;
+    if (isFirst) {
+        firstOrigin_ = url_->origin();
+    }
+}
+
 void Exchange::followRedirect() {
     const HttpResponseCode code = hop_->block.code();
     WireUrl next = url_->resolve(hop_->block.header("Location"));
@@ -664,6 +676,7 @@ void Exchange::followRedirect() {
     }
     *url_ = std::move(next);
     ++redirects_;
+    proxyRepeats_ = 0;
     rewindBody();
     configureHop();
 }
@@ -684,8 +697,9 @@ void Exchange::settleResponse() noexcept {
     try {
         if (committed_) {
             // Without a redirect exactly the URL of the request: an added "/" would look like one.
+            const bool isElsewhere = redirects_ > 0 || upgraded_;
             response_.setTransactionReport(core::TransactionReport(
-                redirects_, redirects_ > 0 ? url_->toUrl() : request_.getURL()));
+                redirects_, isElsewhere ? url_->toUrl() : request_.getURL()));
         }
         if (cancelled_ || aborted_) {
             // Whatever was received, the attempt counts as not made: strategies look at the code.

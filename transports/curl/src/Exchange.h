@@ -3,6 +3,7 @@
 #include "Deadlines.h"
 #include "HeaderBlock.h"
 #include "MultipartForm.h"
+#include "ProxyPass.h"
 #include "ProxyResolver.h"
 #include "RequestHeaders.h"
 #include "RequestRecord.h"
@@ -10,12 +11,12 @@
 #include "ResumeGuard.h"
 #include "TransferError.h"
 #include "TransferSettings.h"
+#include "TransferShares.h"
 #include "UploadSource.h"
 #include "WireUrl.h"
 
 #include <foundation/httpclient_core/HttpRequest.h>
 #include <foundation/httpclient_core/HttpResponse.h>
-#include <foundation/httpclient_core/ProxyCredentialStore.h>
 #include <foundation/httpclient_curl/CurlClientOptions.h>
 
 #include <array>
@@ -40,7 +41,9 @@ public:
     /// What the exchanges of one client share. Everything must outlive the exchange.
     struct Shared {
         const ProxyResolver& proxies;
-        const core::ProxyCredentialStore& credentials;
+        const CredentialStore& credentials;
+        ProxyKnowledge& proxyKnowledge;
+        const TransferShares& shares;
         const CurlClientOptions& options;
     };
 
@@ -79,7 +82,7 @@ private:
         std::unique_ptr<MultipartForm> form;
         std::array<char, CURL_ERROR_SIZE> errorText{};
         EasyHandle easy;
-        std::optional<Proxy> proxy;
+        std::optional<ProxyPass> pass;  ///< None for a direct connection.
         Deadlines deadlines;
         HeaderBlock block;
         HeaderBlock connectBlock;  ///< The proxy's last answer to CONNECT.
@@ -88,20 +91,24 @@ private:
         ChunkCheck chunks;
         bool isChunked = false;  ///< The body comes in chunks.
         bool inBlock = false;
-        bool answered = false;       ///< A byte of the answer has come.
-        bool hasProxyLogin = false;  ///< libcurl may repeat the request after a 407.
-        bool undecided = false;      ///< The block is delivered unless libcurl repeats the request.
-        bool compares = false;   ///< The block is delivered once its body proved to continue ours.
-        bool redirects = false;  ///< The answer sends the client elsewhere; its body is dropped.
-        bool givesUpBody = false;  ///< Ended on purpose in the body of a redirect.
+        bool answered = false;     ///< A byte of the answer has come.
+        bool undecided = false;    ///< The block is delivered unless libcurl repeats the request.
+        bool compares = false;     ///< The block is delivered once its body proved to continue ours.
+        bool redirects = false;    ///< The answer sends the client elsewhere; its body is dropped.
+        bool givesUpBody = false;  ///< Ended on purpose in a body that is dropped.
+
+        /// The answer is for the transport, not for the caller.
+        bool dropsBody() const { return redirects || (pass.has_value() && pass->repeats()); }
     };
 
     void prepare();
     void configureHop();
     void configureBody(CURL* easy);
-    void configureConnection(CURL* easy);
+    void configureProxy(CURL* easy);
     void configureCallbacks(CURL* easy);
     void followRedirect();
+    void adoptUpgrade();
+    void repeatForProxy();
     void restart();
     void rewindBody();
 
@@ -162,6 +169,8 @@ private:
     bool sendsForm_ = false;
     std::unique_ptr<Hop> hop_;
     int redirects_ = 0;
+    int proxyRepeats_ = 0;   ///< Of the hop.
+    bool upgraded_ = false;  ///< libcurl went from http to https for the sake of HSTS.
 
     bool committed_ = false;  ///< The response holds the code and headers of this attempt.
     bool bodyBegun_ = false;

@@ -1,14 +1,17 @@
 #include "ProxyResolver.h"
 
 #include "CurlTypes.h"
-#include "HeaderText.h"
 
+#include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <initializer_list>
 #include <string_view>
 
 namespace foundation::httpclient_curl {
 namespace {
+
+using namespace std::string_view_literals;
 
 std::string firstSet(std::initializer_list<const char*> names) {
     for (const char* name : names) {
@@ -21,13 +24,46 @@ std::string firstSet(std::initializer_list<const char*> names) {
     return {};
 }
 
-std::string part(CURLU* url, CURLUPart which, unsigned int flags) {
+std::string part(CURLU* url, CURLUPart which, unsigned int flags = 0) {
     char* text = nullptr;
     if (curl_url_get(url, which, &text, flags) != CURLUE_OK) {
         return {};
     }
     const CurlText owned(text);
     return text;
+}
+
+bool has(CURLU* url, CURLUPart which) {
+    char* text = nullptr;
+    const CURLUcode code = curl_url_get(url, which, &text, 0);
+    const CurlText owned(text);
+    return code == CURLUE_OK;
+}
+
+Proxy parse(const std::string& text) {
+    const UrlHandle url(requireMemory(curl_url()));
+    const std::string whole = text.find("://") == std::string::npos ? "http://" + text : text;
+    if (curl_url_set(url.get(), CURLUPART_URL, whole.c_str(), CURLU_NON_SUPPORT_SCHEME) !=
+        CURLUE_OK) {
+        // The text may hold a password.
+        throw core::HttpRequestFailedException("The URL of the proxy is malformed");
+    }
+    const std::string scheme = part(url.get(), CURLUPART_SCHEME);
+    constexpr std::array socks{"socks4"sv, "socks4a"sv, "socks5"sv, "socks5h"sv};
+    Proxy proxy;
+    proxy.speaksHttp = scheme == "http" || scheme == "https";
+    if (!proxy.speaksHttp && std::find(socks.begin(), socks.end(), scheme) == socks.end()) {
+        throw core::HttpRequestFailedException("The scheme of the proxy is not supported");
+    }
+    proxy.user = part(url.get(), CURLUPART_USER, CURLU_URLDECODE);
+    proxy.password = part(url.get(), CURLUPART_PASSWORD, CURLU_URLDECODE);
+    proxy.hasCredentials = has(url.get(), CURLUPART_USER);
+    // The ports that libcurl takes where the URL names none.
+    const std::string port = part(url.get(), CURLUPART_PORT);
+    const char* const usual = scheme == "https" ? "443" : "1080";
+    proxy.info = part(url.get(), CURLUPART_HOST) + ":" + (port.empty() ? usual : port);
+    proxy.url = scheme + "://" + proxy.info;
+    return proxy;
 }
 
 }  // namespace
@@ -38,52 +74,16 @@ ProxyResolver::ProxyResolver()
       https_(firstSet({"https_proxy", "HTTPS_PROXY", "all_proxy", "ALL_PROXY"})),
       exempt_(firstSet({"no_proxy", "NO_PROXY"})) {}
 
-bool ProxyResolver::isExempt(const std::string& host) const {
-    std::string_view rest = exempt_;
-    while (!rest.empty()) {
-        const std::size_t end = std::min(rest.find_first_of(", "), rest.size());
-        std::string_view entry = rest.substr(0, end);
-        rest.remove_prefix(std::min(end + 1, rest.size()));
-        if (entry == "*") {
-            return true;
-        }
-        if (entry.starts_with('.')) {
-            entry.remove_prefix(1);
-        }
-        if (entry.empty() || host.size() < entry.size()) {
-            continue;
-        }
-        const std::size_t before = host.size() - entry.size();
-        if (sameName(std::string_view(host).substr(before), entry) &&
-            (before == 0 || host[before - 1] == '.')) {
-            return true;
-        }
-    }
-    return false;
-}
-
 std::optional<Proxy> ProxyResolver::proxyFor(const Origin& origin,
                                              const std::string& configured) const {
-    Proxy proxy;
-    proxy.url = configured;
-    if (configured.empty()) {
-        proxy.url = origin.scheme == "https" ? https_ : http_;
-        if (proxy.url.empty() || isExempt(origin.host)) {
-            return std::nullopt;
-        }
+    if (!configured.empty()) {
+        return parse(configured);
     }
-    const UrlHandle url(requireMemory(curl_url()));
-    const std::string text =
-        proxy.url.find("://") == std::string::npos ? "http://" + proxy.url : proxy.url;
-    if (curl_url_set(url.get(), CURLUPART_URL, text.c_str(), CURLU_NON_SUPPORT_SCHEME) !=
-        CURLUE_OK) {
-        // The text may hold a password.
-        throw core::HttpRequestFailedException("The URL of the proxy is malformed");
+    const std::string& fromEnvironment = origin.scheme == "https" ? https_ : http_;
+    if (fromEnvironment.empty() || exempt_.contains(origin.host)) {
+        return std::nullopt;
     }
-    const std::string port = part(url.get(), CURLUPART_PORT, 0);
-    proxy.info = part(url.get(), CURLUPART_HOST, 0) + ":" + (port.empty() ? "1080" : port);
-    proxy.hasCredentials = !part(url.get(), CURLUPART_USER, 0).empty();
-    return proxy;
+    return parse(fromEnvironment);
 }
 
 }  // namespace foundation::httpclient_curl

@@ -14,6 +14,7 @@ TransferSettings::TransferSettings(const httpclient_core::ClientConfiguration& c
       proxyUrl(Access::proxyUrl(configuration)),
       followRedirects(configuration.followRedirects()),
       resumeOnRetry(configuration.resumeOnRetry()),
+      hstsEnabled(configuration.hstsEnabled()),
       maxRedirects(std::max(configuration.maxRedirects(), 0)),
       idleSpeed(std::max(configuration.idleSpeed(), 1)),
       connectTimeout(Access::connectTimeoutMs(configuration)),

@@ -17,6 +17,7 @@ struct TransferSettings {
     std::string proxyUrl;
     bool followRedirects;
     bool resumeOnRetry;
+    bool hstsEnabled;
     std::int32_t maxRedirects;  ///< Never negative.
     std::int64_t idleSpeed;     ///< Bytes a second, at least 1.
     std::chrono::milliseconds connectTimeout;

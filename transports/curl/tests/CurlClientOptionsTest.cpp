@@ -5,23 +5,30 @@
 namespace foundation::httpclient_curl::testing {
 namespace {
 
-class SilentPrompt final : public ProxyCredentialPrompt {
+class DecliningPrompt final : public ProxyCredentialPrompt {
 public:
     std::optional<ProxyCredentials> promptForCredentials(bool,
                                                          std::int32_t,
                                                          std::int64_t) override {
+        ++timesAsked;
         return std::nullopt;
     }
+
+    int timesAsked = 0;
 };
 
 TEST(CurlClientOptionsTest, PromptIsThatOfTheClient) {
-    const auto prompt = std::make_shared<SilentPrompt>();
+    const auto prompt = std::make_shared<DecliningPrompt>();
     CurlClientOptions options;
     options.credentialPrompt = prompt;
-    TestClient client(std::move(options));
-    EXPECT_EQ(client->proxyCredentialPrompt(HttpResponse(), nullptr), prompt);
-    EXPECT_EQ(TestClient(prompt)->proxyCredentialPrompt(HttpResponse(), nullptr), prompt);
-    EXPECT_EQ(TestClient()->proxyCredentialPrompt(HttpResponse(), nullptr), nullptr);
+    TestClient withOptions(std::move(options));
+    TestClient withPrompt(prompt);
+    const HttpResponse response;
+    withOptions->proxyCredentialPrompt(response, nullptr)->promptForCredentials(false, 3, 1000);
+    EXPECT_EQ(prompt->timesAsked, 1);
+    withPrompt->proxyCredentialPrompt(response, nullptr)->promptForCredentials(false, 3, 1000);
+    EXPECT_EQ(prompt->timesAsked, 2);
+    EXPECT_EQ(TestClient()->proxyCredentialPrompt(response, nullptr), nullptr);
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 namespace foundation::httpclient_curl {
 
 class Engine;
+class SharedPrompt;
 struct TransferSettings;
 
 /// An HttpClient whose transport is libcurl: HTTP/1.1 over TCP or a unix domain socket, HTTP/2 over TLS
@@ -130,6 +131,7 @@ protected:
 private:
     TransferSettings settingsFor(const httpclient_core::HttpRequest& request) const;
 
+    std::shared_ptr<SharedPrompt> prompt_;  ///< Null asks nobody.
     std::shared_ptr<Engine> engine_;
 };
 
