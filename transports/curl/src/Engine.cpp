@@ -67,6 +67,7 @@ Exchange::Shared Engine::shared() {
             .credentials = *credentials_,
             .proxyKnowledge = proxyKnowledge_,
             .shares = shares_,
+            .sockets = sockets_,
             .options = options_};
 }
 
