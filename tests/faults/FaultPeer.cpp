@@ -33,7 +33,13 @@ std::string contentRange(std::size_t first, std::size_t end, const std::string& 
 }
 
 HeaderList fieldsOf(const Version& version, const Step& step) {
-    HeaderList fields{{"Date", httpDate(0)}, {"Accept-Ranges", "bytes"}};
+    HeaderList fields;
+    if (!step.omitsDate) {
+        fields.emplace_back("Date", httpDate(0));
+    }
+    if (!step.omitsAcceptRanges) {
+        fields.emplace_back("Accept-Ranges", "bytes");
+    }
     if (!step.omitsValidators && !version.etag.empty()) {
         fields.emplace_back("ETag", version.etag);
     }
@@ -174,6 +180,18 @@ Message spoiltPart(const Version& version, const Step& step, Slice slice) {
         case Fault::BodyBelowRange:
             message.body.resize(step.number % length);
             return message;
+        case Fault::BodyAboveRange:
+            message.body += version.data.substr(0, 1 + step.number % size);
+            return message;
+        case Fault::TwoRanges: {
+            const Slice other{step.number % slice.end, slice.end};
+            message.fields.emplace_back("Content-Range",
+                                        contentRange(other.first, other.end, std::to_string(size)));
+            // The bytes are those of either.
+            message.body =
+                step.number % 2 == 0 ? message.body : partMessage(version, step, other).body;
+            return message;
+        }
         default:
             return message;
     }
@@ -226,7 +244,8 @@ std::string chunked(const std::string& body, const Step& step) {
 
 Wire framed(const Message& message, const Step& step) {
     Framing framing = step.framing;
-    if (step.fault == Fault::BadChunk || step.fault == Fault::LengthAndChunked) {
+    if (step.fault == Fault::BadChunk || step.fault == Fault::LengthAndChunked ||
+        step.fault == Fault::OddCoding) {
         framing = Framing::Chunked;
     } else if (step.fault == Fault::TwoLengths || step.fault == Fault::LengthTooLong ||
                message.status == 304) {
@@ -238,7 +257,8 @@ Wire framed(const Message& message, const Step& step) {
     if (step.fault == Fault::Informational) {
         wire.head = "HTTP/1.1 100 Continue\r\n\r\nHTTP/1.1 103 Early Hints\r\nLink: <x>\r\n\r\n";
     }
-    wire.head += "HTTP/1.1 " + std::to_string(message.status) + " Answer\r\n";
+    wire.head += (step.isOldProtocol ? "HTTP/1.0 " : "HTTP/1.1 ") + std::to_string(message.status) +
+                 " Answer\r\n";
     for (const auto& [name, value] : message.fields) {
         wire.head += name + ": " + value + "\r\n";
     }
@@ -252,7 +272,8 @@ Wire framed(const Message& message, const Step& step) {
         wire.head += "Content-Length: " + std::to_string(length) + "\r\n";
     };
     if (framing == Framing::Chunked) {
-        wire.head += "Transfer-Encoding: chunked\r\n";
+        wire.head += step.fault == Fault::OddCoding ? "Transfer-Encoding: gzip, chunked\r\n"
+                                                    : "Transfer-Encoding: chunked\r\n";
         wire.body = chunked(message.body, step);
         wire.endsByClose = step.fault == Fault::BadChunk;
         if (step.fault == Fault::LengthAndChunked) {

@@ -11,12 +11,13 @@ namespace foundation::httpclient_curl::testing {
 namespace {
 
 constexpr std::array faultNames{
-    "None",          "NoAnswer",       "CutHead",          "ErrorPage",
-    "Redirect",      "WholeAgain",     "OtherOffset",      "OtherTotal",
-    "UnknownTotal",  "NoContentRange", "BadContentRange",  "ShorterPart",
-    "LongerPart",    "UnaskedPart",    "SeveralParts",     "BodyBelowRange",
-    "LengthTooLong", "TwoLengths",     "LengthAndChunked", "BadChunk",
-    "BytesBehind",   "Informational",  "HeaderFlood"};
+    "None",           "NoAnswer",         "CutHead",         "ErrorPage",
+    "Redirect",       "WholeAgain",       "OtherOffset",     "OtherTotal",
+    "UnknownTotal",   "NoContentRange",   "BadContentRange", "ShorterPart",
+    "LongerPart",     "UnaskedPart",      "SeveralParts",    "BodyBelowRange",
+    "BodyAboveRange", "TwoRanges",        "LengthTooLong",   "TwoLengths",
+    "OddCoding",      "LengthAndChunked", "BadChunk",        "BytesBehind",
+    "Informational",  "HeaderFlood"};
 static_assert(faultNames.size() == static_cast<std::size_t>(Fault::Count));
 
 class Dice {
@@ -137,7 +138,10 @@ Step someStep(Dice& dice, std::size_t version, bool smallEdits) {
     step.ignoresIfRange = dice.percent(20);
     // A small edit can be seen by its validator alone.
     step.omitsValidators = !smallEdits && dice.percent(15);
-    step.closes = dice.percent(30);
+    step.omitsDate = dice.percent(10);
+    step.omitsAcceptRanges = dice.percent(10);
+    step.isOldProtocol = dice.percent(5);
+    step.closes = step.isOldProtocol || dice.percent(30);
     step.delayMs = dice.percent(10) ? static_cast<int>(dice.below(3)) : 0;
     step.number = dice.below(100000);
     return step;
@@ -255,7 +259,9 @@ std::ostream& operator<<(std::ostream& os, const Schedule& schedule) {
         os << (step.resets ? " resets" : "") << (step.stalls ? " stalls" : "")
            << (step.ignoresIfRange ? " ignores If-Range" : "")
            << (step.omitsValidators ? " omits validators" : "") << (step.closes ? " closes" : "")
-           << " number " << step.number << '\n';
+           << (step.omitsDate ? " omits Date" : "")
+           << (step.omitsAcceptRanges ? " omits Accept-Ranges" : "")
+           << (step.isOldProtocol ? " HTTP/1.0" : "") << " number " << step.number << '\n';
     }
     return os;
 }

@@ -50,8 +50,11 @@ enum class Fault {
     UnaskedPart,       ///< 206 although no range was asked for.
     SeveralParts,      ///< 206 as multipart/byteranges.
     BodyBelowRange,    ///< 206 with a whole body that is shorter than its Content-Range.
+    BodyAboveRange,    ///< 206 with a whole body that is longer than its Content-Range.
+    TwoRanges,         ///< 206 with a second Content-Range that says something else.
     LengthTooLong,     ///< Content-Length promises more than comes.
     TwoLengths,        ///< Two different Content-Length fields.
+    OddCoding,         ///< A transfer coding that nobody asked for.
     LengthAndChunked,  ///< Content-Length beside chunks.
     BadChunk,          ///< The size of a chunk is no number.
     BytesBehind,       ///< Bytes behind the end of the answer.
@@ -72,7 +75,10 @@ struct Step {
     bool stalls = false;                  ///< Does not break off but falls silent.
     bool ignoresIfRange = false;
     bool omitsValidators = false;
-    bool closes = false;  ///< Closes the connection after a whole answer.
+    bool omitsDate = false;
+    bool omitsAcceptRanges = false;
+    bool isOldProtocol = false;  ///< HTTP/1.0
+    bool closes = false;         ///< Closes the connection after a whole answer.
     int delayMs = 0;
     std::size_t number = 0;  ///< Any number, for what the fault has to choose.
 };

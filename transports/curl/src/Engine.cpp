@@ -111,6 +111,7 @@ Exchange::Shared Engine::shared() {
             .credentials = *credentials_,
             .proxyKnowledge = proxyKnowledge_,
             .shares = shares_,
+            .sockets = sockets_,
             .options = options_};
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 #include "AsyncAttempt.h"
+#include "ConnectionSockets.h"
 #include "CredentialStore.h"
 #include "Driver.h"
 #include "Executor.h"
@@ -104,6 +105,7 @@ private:
     const std::shared_ptr<CredentialStore> credentials_ = std::make_shared<CredentialStore>();
     ProxyKnowledge proxyKnowledge_;
     const TransferShares shares_;  ///< Outlives all that transfers.
+    ConnectionSockets sockets_;    ///< Outlives all connections.
     const std::shared_ptr<Executor> executor_ = std::make_shared<Executor>();
 
     std::mutex mutex_;  ///< Guards all that follows.

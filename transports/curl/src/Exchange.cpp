@@ -207,6 +207,15 @@ void Exchange::configureCallbacks(CURL* easy) {
     setOption(easy, CURLOPT_WRITEDATA, this);
     setOption(easy, CURLOPT_DEBUGFUNCTION, &Exchange::debugCallback);
     setOption(easy, CURLOPT_DEBUGDATA, this);
+    // Over TLS, records that are no answer may wait: a session ticket, the frames of HTTP/2.
+    if (url_->origin().scheme == "http") {
+        shared_.sockets.watch(easy);
+        setOption(easy, CURLOPT_PREREQFUNCTION, &Exchange::beforeRequestCallback);
+        setOption(easy, CURLOPT_PREREQDATA, this);
+    }
+    if (needsFreshConnection_) {
+        setOption(easy, CURLOPT_FRESH_CONNECT, 1L);
+    }
 }
 
 void Exchange::configureBody(CURL* easy) {
@@ -282,6 +291,22 @@ std::size_t Exchange::writeCallback(char* data, std::size_t size, std::size_t co
     const std::string_view bytes(data, size * count);
     return exchange->excused([=] { exchange->onBody(bytes); }) ? bytes.size()
                                                                : CURL_WRITEFUNC_ERROR;
+}
+
+int Exchange::beforeRequestCallback(void* self,
+                                    char* remoteAddress,
+                                    char* localAddress,
+                                    int remotePort,
+                                    int localPort) {
+    Exchange& exchange = *static_cast<Exchange*>(self);
+    const ConnectionSockets::Ends ends{remoteAddress, localAddress, remotePort, localPort};
+    if (info<long>(exchange.handle(), CURLINFO_NUM_CONNECTS) > 0) {
+        exchange.shared_.sockets.connected(ends);
+        return CURL_PREREQFUNC_OK;
+    }
+    // Nothing was asked on this connection since its last answer ended: bytes that wait belong to none.
+    exchange.hop_->isSoiled = exchange.shared_.sockets.hasUnread(ends);
+    return exchange.hop_->isSoiled ? CURL_PREREQFUNC_ABORT : CURL_PREREQFUNC_OK;
 }
 
 int Exchange::debugCallback(CURL* /*easy*/,
@@ -580,6 +605,10 @@ Exchange::Next Exchange::conclude(CURLcode code) {
     if (!hop_->redirects && hop_->undecided && code == CURLE_OK) {
         commit(hop_->block);
     }
+    if (hop_->isSoiled) {
+        restartOnFreshConnection();
+        return Next::Again;
+    }
     if (startsOver_) {
         restart();
         return Next::Again;
@@ -661,6 +690,13 @@ void Exchange::describeFailure(CURLcode code) {
     isLasting_ = isLasting(code);
     error_ = transferError(code, info<long>(handle(), CURLINFO_OS_ERRNO), hop_->errorText.data(),
                            context());
+}
+
+// Nothing was sent, so this repeats no request.
+void Exchange::restartOnFreshConnection() {
+    needsFreshConnection_ = true;
+    configureHop();
+    needsFreshConnection_ = false;
 }
 
 void Exchange::restart() {

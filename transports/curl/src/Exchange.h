@@ -1,4 +1,5 @@
 #pragma once
+#include "ConnectionSockets.h"
 #include "CurlTypes.h"
 #include "Deadlines.h"
 #include "HandlePool.h"
@@ -45,6 +46,7 @@ public:
         const CredentialStore& credentials;
         ProxyKnowledge& proxyKnowledge;
         const TransferShares& shares;
+        ConnectionSockets& sockets;
         const CurlClientOptions& options;
     };
 
@@ -93,11 +95,12 @@ private:
         std::int64_t swallowedBytes = 0;
         ChunkCheck chunks;
         bool isChunked = false;  ///< The body comes in chunks.
+        bool isSoiled = false;  ///< Bytes waited on the connection before anything was asked on it.
         bool inBlock = false;
-        bool answered = false;     ///< A byte of the answer has come.
-        bool undecided = false;    ///< The block is delivered unless libcurl repeats the request.
-        bool compares = false;     ///< The block is delivered once its body proved to continue ours.
-        bool redirects = false;    ///< The answer sends the client elsewhere; its body is dropped.
+        bool answered = false;   ///< A byte of the answer has come.
+        bool undecided = false;  ///< The block is delivered unless libcurl repeats the request.
+        bool compares = false;   ///< The block is delivered once its body proved to continue ours.
+        bool redirects = false;  ///< The answer sends the client elsewhere; its body is dropped.
         bool givesUpBody = false;  ///< Ended on purpose in a body that is dropped.
 
         /// The answer is for the transport, not for the caller.
@@ -113,6 +116,7 @@ private:
     void adoptUpgrade();
     void repeatForProxy();
     void restart();
+    void restartOnFreshConnection();
     void rewindBody();
 
     template <class Action>
@@ -145,6 +149,11 @@ private:
 
     static std::size_t headerCallback(char* data, std::size_t size, std::size_t count, void* self);
     static std::size_t writeCallback(char* data, std::size_t size, std::size_t count, void* self);
+    static int beforeRequestCallback(void* self,
+                                     char* remoteAddress,
+                                     char* localAddress,
+                                     int remotePort,
+                                     int localPort);
     static int debugCallback(CURL* easy,
                              curl_infotype type,
                              char* data,
@@ -180,6 +189,7 @@ private:
 
     bool committed_ = false;  ///< The response holds the code and headers of this attempt.
     bool bodyBegun_ = false;
+    bool needsFreshConnection_ = false;
     bool startsOver_ = false;  ///< The answer did not continue the body; ask again for all of it.
     bool tooManyRedirects_ = false;
     bool timedOut_ = false;
