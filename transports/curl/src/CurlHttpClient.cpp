@@ -35,6 +35,13 @@ public:
     SyncCall& operator=(const SyncCall&) = delete;
     ~SyncCall() { engine_->endSync(record_); }
 
+    /// The response is about to reach the caller.
+    void complete(core::HttpResponse& response) const {
+        const std::optional<HeldAnswer>& held = record_->history.held;
+        if (held.has_value()) {
+            held->deliverTo(response);
+        }
+    }
     void wait(std::chrono::milliseconds delay) { engine_->waitFor(*record_, delay); }
 
 private:
@@ -100,7 +107,9 @@ core::HttpResponse CurlHttpClient::makeRequest(core::HttpRequest request) {
         call.wait(delay);
         return true;
     });
-    return HttpClient::makeRequest(std::move(request));
+    core::HttpResponse response = HttpClient::makeRequest(std::move(request));
+    call.complete(response);
+    return response;
 }
 
 void CurlHttpClient::sendAsyncRequest(core::HttpRequest request,

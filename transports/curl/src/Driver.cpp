@@ -87,6 +87,8 @@ void Driver::closeConnections() {
     MultiHandle fresh = makeMulti();
     const std::lock_guard lock(mutex_);
     multi_.swap(fresh);
+    // A wake() that came in between went to the handle that is gone.
+    curl_multi_wakeup(multi_.get());
 }
 
 }  // namespace foundation::httpclient_curl

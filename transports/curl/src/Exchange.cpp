@@ -105,15 +105,20 @@ Exchange::Next Exchange::begin() noexcept {
 void Exchange::prepare() {
     // A code other than "not made" means that the core sends a request again after a proxy refused it.
     // That is the one way on which neither the response nor the request body was made ready.
+    const bool keepsBody = history_.held.has_value();
+    history_.held.reset();
     if (response_.getResponseCode() != HttpResponseCode::RequestNotMade) {
         response_.setResponseCodeAndReason(HttpResponseCode::RequestNotMade, "Request Not Made");
         response_.setHeaders({});
-        response_.resetResponseBody();
+        if (!keepsBody) {
+            response_.resetResponseBody();
+        }
         if (request_.hasRequestBody()) {
             seekRead(request_.getRequestBody(), 0);
         }
     }
-    guard_ = std::make_unique<ResumeGuard>(request_, response_, settings_.resumeOnRetry);
+    guard_ = std::make_unique<ResumeGuard>(request_, response_, settings_.resumeOnRetry,
+                                           history_.isAttended);
     if (cancelled_) {
         throw HttpRequestCancelledException();
     }
@@ -122,8 +127,15 @@ void Exchange::prepare() {
         lastProgress_ = Clock::now();
     }
     url_ = std::make_unique<WireUrl>(request_);
-    firstOrigin_ = url_->origin();
+    if (!history_.firstOrigin.has_value()) {
+        history_.firstOrigin = url_->origin();
+    }
+    firstOrigin_ = *history_.firstOrigin;
     headers_ = std::make_unique<RequestHeaders>(request_.getHeaders());
+    if (url_->origin() != firstOrigin_) {
+        // Rebuilt by the core for the URL at which a redirect ended, with all of its headers.
+        headers_->dropSensitive(shared_.options.sensitiveHeaders);
+    }
     sendsForm_ = request_.hasMultipartBody();
     if (sendsForm_ && request_.hasRequestBody()) {
         throw HttpRequestFailedException("The request has both a body and a multipart body");
@@ -138,7 +150,7 @@ void Exchange::prepare() {
 
 void Exchange::configureHop() {
     // A fresh handle for each hop: one that has been reset after an HTTP/2 transfer refuses options.
-    hop_ = std::make_unique<Hop>(settings_);
+    hop_ = std::make_unique<Hop>(settings_, shared_.options.maxResponseHeaderFields);
     hop_->easy.reset(requireMemory(curl_easy_init()));
     CURL* easy = handle();
     setOption(easy, CURLOPT_URL, url_->text().c_str());
@@ -182,6 +194,8 @@ void Exchange::configureCallbacks(CURL* easy) {
     setOption(easy, CURLOPT_HEADERDATA, this);
     setOption(easy, CURLOPT_WRITEFUNCTION, &Exchange::writeCallback);
     setOption(easy, CURLOPT_WRITEDATA, this);
+    setOption(easy, CURLOPT_DEBUGFUNCTION, &Exchange::debugCallback);
+    setOption(easy, CURLOPT_DEBUGDATA, this);
 }
 
 void Exchange::configureBody(CURL* easy) {
@@ -247,6 +261,20 @@ std::size_t Exchange::writeCallback(char* data, std::size_t size, std::size_t co
                                                                : CURL_WRITEFUNC_ERROR;
 }
 
+int Exchange::debugCallback(CURL* /*easy*/,
+                            curl_infotype type,
+                            char* data,
+                            std::size_t size,
+                            void* self) {
+    if (type == CURLINFO_DATA_IN) {
+        auto* exchange = static_cast<Exchange*>(self);
+        const std::string_view bytes(data, size);
+        // What comes after a flaw meets its error: the bytes go no further.
+        exchange->guarded([=] { exchange->onRawBody(bytes); });
+    }
+    return 0;
+}
+
 std::size_t Exchange::readCallback(char* data, std::size_t size, std::size_t count, void* self) {
     auto* exchange = static_cast<Exchange*>(self);
     std::size_t got = 0;
@@ -267,6 +295,11 @@ int Exchange::seekCallback(void* self, curl_off_t offset, int origin) {
 void Exchange::onHeader(std::string_view line) {
     hop_->answered = true;
     hop_->headerBytes += static_cast<std::int64_t>(line.size());
+    const std::int64_t most = shared_.options.maxResponseHeaderBytes;
+    if (hop_->headerBytes > most) {
+        throw HttpRequestFailedException("The response headers are larger than " +
+                                         std::to_string(most) + " bytes");
+    }
     if (HeaderBlock::isStatusLine(line)) {
         hop_->inBlock = !committed_;
         hop_->undecided = false;
@@ -292,6 +325,17 @@ void Exchange::onBlock() {
     if (isInformational(code) && code != HttpResponseCode::SwitchingProtocols) {
         return;
     }
+    if (const std::optional<std::string> flaw = framingFlaw(block)) {
+        refuseAnswer(*flaw);
+    }
+    // Once more where libcurl repeats a request.
+    hop_->chunks = ChunkCheck();
+    hop_->isChunked = isChunked(block) && method_ != HttpMethod::HEAD &&
+                      code != HttpResponseCode::NoContent && code != HttpResponseCode::NotModified;
+    if (hop_->isChunked) {
+        // The only way to see a chunked body as it came.
+        setOption(handle(), CURLOPT_VERBOSE, 1L);
+    }
     if (hop_->dropsBody()) {
         return;
     }
@@ -310,13 +354,37 @@ void Exchange::onBlock() {
     }
 }
 
+void Exchange::onRawBody(std::string_view data) {
+    if (hop_->isChunked && !hop_->chunks.add(data)) {
+        refuseAnswer("its chunks make no sense");
+    }
+}
+
+void Exchange::refuseAnswer(const std::string& flaw) {
+    guard_->distrust();
+    isRefused_ = true;
+    std::rethrow_exception(transferFailure("The answer is malformed: " + flaw, context()));
+}
+
+void Exchange::requireRoomFor(std::int64_t bytes) const {
+    const std::int64_t most = shared_.options.maxResponseBodyBytes;
+    if (most >= 0 && bytes > most) {
+        throw HttpRequestFailedException("The response body is larger than " +
+                                         std::to_string(most) + " bytes");
+    }
+}
+
 void Exchange::commit(const HeaderBlock& block) {
     hop_->undecided = false;
     const ResumeGuard::Verdict verdict = guard_->judge(block);
-    if (verdict == ResumeGuard::Verdict::StartOver) {
-        startsOver_ = true;
-        return;
+    startsOver_ = verdict == ResumeGuard::Verdict::StartOver;
+    hop_->compares = verdict == ResumeGuard::Verdict::Compare;
+    if (!startsOver_ && !hop_->compares) {
+        deliver(block, verdict);
     }
+}
+
+void Exchange::deliver(const HeaderBlock& block, ResumeGuard::Verdict verdict) {
     committed_ = true;
     core::HttpHeaders headers = block.headers();
     if (hop_->pass.has_value() && hop_->pass->isRefused()) {
@@ -324,30 +392,70 @@ void Exchange::commit(const HeaderBlock& block) {
         headers.addHeaderValue(proxyGenerationHeader, std::to_string(hop_->pass->generation()));
     }
     response_.setResponseCodeAndReason(block.code(), block.reason());
+    if (verdict == ResumeGuard::Verdict::HoldAside) {
+        history_.held.emplace(block.code(), headers);
+        history_.held->beginPage(guard_->tail());
+        headers = HeldAnswer::keeping(std::move(headers));
+    }
     response_.setHeaders(std::move(headers));
     guard_->commit(block, verdict);
+    if (method_ != HttpMethod::HEAD && block.code() != HttpResponseCode::NotModified &&
+        verdict != ResumeGuard::Verdict::HoldAside) {
+        requireRoomFor(guard_->held() + declaredLength(block).value_or(0) -
+                       (verdict == ResumeGuard::Verdict::Accept ? guard_->overlapSize() : 0));
+    }
 }
 
 void Exchange::onBody(std::string_view data) {
+    received_ += static_cast<std::int64_t>(data.size());
     if (hop_->dropsBody()) {
         constexpr std::int64_t worthReading = 65536;
         hop_->swallowedBytes += static_cast<std::int64_t>(data.size());
+        guard_->addDropped(data.size());
         hop_->givesUpBody = hop_->swallowedBytes > worthReading;
         return;
     }
     if (hop_->undecided) {
         commit(hop_->block);
     }
+    if (hop_->compares && !committed_ && !startsOver_) {
+        startsOver_ = !guard_->compare(data);
+        if (!startsOver_ && !guard_->isComparing()) {
+            deliver(hop_->block, ResumeGuard::Verdict::Accept);
+        }
+    }
     if (!committed_ || startsOver_) {
         return;
     }
+    if (history_.held.has_value()) {
+        if (history_.held->add(data)) {
+            guard_->addDropped(data.size());
+            return;
+        }
+        spillPage();
+    }
+    if (!data.empty()) {
+        append(data);
+    }
+    reportProgress(Clock::now(), false);
+}
+
+void Exchange::append(std::string_view data) {
+    requireRoomFor(guard_->held() + static_cast<std::int64_t>(data.size()));
     bodyBegun_ = true;
     if (!writeTo(response_.getResponseBody(), data)) {
         throw HttpRequestFailedException("The response body stream refused data");
     }
-    received_ += static_cast<std::int64_t>(data.size());
+    appended_ += static_cast<std::int64_t>(data.size());
     guard_->addReceived(data.size());
-    reportProgress(Clock::now(), false);
+}
+
+// The page is too large to wait in memory; what was kept for its sake is given up.
+void Exchange::spillPage() {
+    const HeldAnswer answer = *std::exchange(history_.held, std::nullopt);
+    response_.setHeaders(answer.headers());
+    guard_->replaceByPage(answer.page().size());
+    append(answer.page());
 }
 
 std::size_t Exchange::onRead(char* buffer, std::size_t size) {
@@ -372,10 +480,11 @@ void Exchange::reportProgress(Clock::time_point now, bool isLast) {
     }
     lastProgress_ = now;
     core::Progress progress;
-    progress.downloaded = received_;
-    if (committed_) {
-        progress.downloadTotal = std::max<std::int64_t>(
-            info<curl_off_t>(handle(), CURLINFO_CONTENT_LENGTH_DOWNLOAD_T), 0);
+    progress.downloaded = guard_->held() - history_.progressShift;
+    progress.downloadTotal = -history_.progressShift;
+    const auto length = info<curl_off_t>(handle(), CURLINFO_CONTENT_LENGTH_DOWNLOAD_T);
+    if (committed_ && length > 0 && !history_.held.has_value()) {
+        progress.downloadTotal += guard_->held() - appended_ - guard_->overlapSize() + length;
     }
     progress.uploaded = info<curl_off_t>(handle(), CURLINFO_SIZE_UPLOAD_T);
     progress.uploadTotal =
@@ -391,7 +500,7 @@ Deadlines::State Exchange::state() const {
     state.sent = !upload_.has_value() || upload_->isFinished();
     state.answered = hop_->answered;
     state.uploaded = info<curl_off_t>(handle(), CURLINFO_SIZE_UPLOAD_T);
-    state.downloaded = hop_->headerBytes + hop_->swallowedBytes + received_;
+    state.downloaded = hop_->headerBytes + received_;
     return state;
 }
 
@@ -438,7 +547,7 @@ Exchange::Next Exchange::conclude(CURLcode code) {
         callbackError_ = hop_->form->takeError();
     }
     if (callbackError_ != nullptr) {
-        isLasting_ = true;
+        isLasting_ = !isRefused_;
         std::rethrow_exception(std::exchange(callbackError_, nullptr));
     }
     if (timedOut_) {
@@ -450,6 +559,10 @@ Exchange::Next Exchange::conclude(CURLcode code) {
     if (startsOver_) {
         restart();
         return Next::Again;
+    }
+    if (hop_->compares && !committed_) {
+        // Broken off before anything could be appended.
+        deliver(hop_->block, ResumeGuard::Verdict::Accept);
     }
     adoptUpgrade();
     if (hop_->pass.has_value() && hop_->pass->repeats()) {
@@ -474,6 +587,10 @@ Exchange::Next Exchange::conclude(CURLcode code) {
 void Exchange::succeed() {
     if (!committed_) {
         throw HttpRequestFailedException("The server sent no answer");
+    }
+    if (hop_->isChunked && !hop_->chunks.isComplete()) {
+        guard_->distrust();
+        throw HttpRequestFailedException("The chunked body ended before its last line");
     }
     guard_->requireWhole();
     if (bodyBegun_ && !response_.getResponseBody().flush()) {
@@ -562,7 +679,7 @@ void Exchange::followRedirect() {
     }
     method_ = method;
     if (next.origin() != firstOrigin_) {
-        headers_->dropCredentials();
+        headers_->dropSensitive(shared_.options.sensitiveHeaders);
     }
     *url_ = std::move(next);
     ++redirects_;
@@ -602,12 +719,37 @@ void Exchange::settleResponse() noexcept {
         }
         if (guard_ != nullptr) {
             guard_->leaveMark(error_ != nullptr);
+            keepBodyForRetry();
         }
     } catch (...) {
         // Only the caller's own callbacks throw here, and the first error says more.
         if (error_ == nullptr) {
             error_ = std::current_exception();
         }
+    }
+}
+
+void Exchange::keepBodyForRetry() {
+    const HttpResponseCode code = response_.getResponseCode();
+    if (!history_.isAttended || code == HttpResponseCode::RequestNotMade) {
+        // The core leaves the response of a request that was not made as it is.
+        return;
+    }
+    const bool saysSo = response_.hasHeader("Accept-Ranges") &&
+                        response_.getHeaderValue("Accept-Ranges") == "bytes";
+    if (guard_->isResumable() && !saysSo) {
+        core::HttpHeaders headers = response_.getHeaders();
+        history_.held.emplace(code, headers);
+        response_.setHeaders(HeldAnswer::keeping(std::move(headers)));
+    }
+    // Deliberate: the core adds the position of the body to every progress report of the next attempts,
+    // again for each of them. What it adds is taken off beforehand, so that the caller sees the truth.
+    const bool isShifted = settings_.resumeOnRetry && request_.hasProgressCallback() &&
+                           code != HttpResponseCode::RangeNotSatisfiable &&
+                           (guard_->isResumable() || (saysSo && bodyBegun_));
+    if (isShifted) {
+        history_.progressShift +=
+            std::max<std::int64_t>(writePosition(response_.getResponseBody()), 0);
     }
 }
 
@@ -626,6 +768,13 @@ void Exchange::report() noexcept {
         report_.code = response_.getResponseCode();
         report_.error = error_;
         report_.redirects = redirects_;
+        report_.bytesReceived = received_;
+        if (guard_ != nullptr) {
+            report_.bytesKept = guard_->account().kept;
+            report_.bytesDiscarded = guard_->account().discarded;
+            report_.resumed = guard_->isResumed();
+            report_.validator = guard_->validator();
+        }
         if (hop_ != nullptr && hop_->easy != nullptr) {
             describeTransfer(handle(), report_);
         }

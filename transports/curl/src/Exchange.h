@@ -7,6 +7,7 @@
 #include "ProxyResolver.h"
 #include "RequestHeaders.h"
 #include "RequestRecord.h"
+#include "ResponseFraming.h"
 #include "ResumeGuard.h"
 #include "TransferError.h"
 #include "TransferSettings.h"
@@ -74,7 +75,8 @@ public:
 private:
     /// What belongs to one transfer.
     struct Hop {
-        explicit Hop(const TransferSettings& settings) : deadlines(settings) {}
+        Hop(const TransferSettings& settings, int maxFields)
+            : deadlines(settings), block(maxFields), connectBlock(maxFields) {}
         // What the handle reads must outlive it.
         HeaderLines lines;
         std::unique_ptr<MultipartForm> form;
@@ -86,9 +88,12 @@ private:
         HeaderBlock connectBlock;  ///< The proxy's last answer to CONNECT.
         std::int64_t headerBytes = 0;
         std::int64_t swallowedBytes = 0;
+        ChunkCheck chunks;
+        bool isChunked = false;  ///< The body comes in chunks.
         bool inBlock = false;
         bool answered = false;     ///< A byte of the answer has come.
         bool undecided = false;    ///< The block is delivered unless libcurl repeats the request.
+        bool compares = false;     ///< The block is delivered once its body proved to continue ours.
         bool redirects = false;    ///< The answer sends the client elsewhere; its body is dropped.
         bool givesUpBody = false;  ///< Ended on purpose in a body that is dropped.
 
@@ -111,10 +116,16 @@ private:
     bool guarded(Action&& action) noexcept;
     void onHeader(std::string_view line);
     void onBlock();
+    void onRawBody(std::string_view data);
+    [[noreturn]] void refuseAnswer(const std::string& flaw);
+    void requireRoomFor(std::int64_t bytes) const;
     void onBody(std::string_view data);
     std::size_t onRead(char* buffer, std::size_t size);
     int onSeek();
     void commit(const HeaderBlock& block);
+    void deliver(const HeaderBlock& block, ResumeGuard::Verdict verdict);
+    void append(std::string_view data);
+    void spillPage();
     void reportProgress(Clock::time_point now, bool isLast);
     Deadlines::State state() const;
 
@@ -122,12 +133,18 @@ private:
     void succeed();
     void describeFailure(CURLcode code);
     void settleResponse() noexcept;
+    void keepBodyForRetry();
     void report() noexcept;
     bool isRefusedTunnel() const;
     TransferContext context() const;
 
     static std::size_t headerCallback(char* data, std::size_t size, std::size_t count, void* self);
     static std::size_t writeCallback(char* data, std::size_t size, std::size_t count, void* self);
+    static int debugCallback(CURL* easy,
+                             curl_infotype type,
+                             char* data,
+                             std::size_t size,
+                             void* self);
     static std::size_t readCallback(char* data, std::size_t size, std::size_t count, void* self);
     static int seekCallback(void* self, curl_off_t offset, int origin);
 
@@ -160,10 +177,12 @@ private:
     bool startsOver_ = false;  ///< The answer did not continue the body; ask again for all of it.
     bool tooManyRedirects_ = false;
     bool timedOut_ = false;
-    bool aborted_ = false;  ///< By the progress callback.
-    bool sent_ = false;     ///< Some hop got as far as sending.
-    std::int64_t received_ = 0;
+    bool aborted_ = false;       ///< By the progress callback.
+    bool sent_ = false;          ///< Some hop got as far as sending.
+    std::int64_t received_ = 0;  ///< Body bytes that came, those of redirects and dropped ones too.
+    std::int64_t appended_ = 0;  ///< Body bytes that went into the response body.
     std::exception_ptr callbackError_;
+    bool isRefused_ = false;  ///< The answer was malformed; the next one may be better.
     bool isLasting_ = false;  ///< The next attempt would meet the error again.
     std::exception_ptr error_;
 };

@@ -58,6 +58,15 @@ void GuardedHandler::operator()(core::HttpRequest request,
                                 core::HttpResponse response,
                                 std::exception_ptr error) {
     const std::shared_ptr<core::CompletionHandler> handler = std::move(handler_);
+    if (const RequestHistory* history = RequestScope::history()) {
+        try {
+            if (history->held.has_value()) {
+                history->held->deliverTo(response);
+            }
+        } catch (...) {
+            error = error == nullptr ? std::current_exception() : error;
+        }
+    }
     delivery_->engine().deliveryBegins();
     // Of use between attempts only.
     ResumeMark::takeFrom(request);

@@ -10,6 +10,13 @@
 namespace foundation::httpclient_curl {
 
 using httpclient_core::HttpResponseCode;
+using namespace std::string_view_literals;
+
+namespace {
+
+constexpr std::string_view controls = "\r\0"sv;
+
+}  // namespace
 
 bool HeaderBlock::isStatusLine(std::string_view line) {
     // No field name can look like this: "/" is no token character.
@@ -24,6 +31,9 @@ bool HeaderBlock::addLine(std::string_view line) {
     const std::string_view text = trimmed(line);
     const bool continues = !line.empty() && (line.front() == ' ' || line.front() == '\t');
     if (continues && !name_.empty()) {
+        if (text.find_first_of(controls) != std::string_view::npos) {
+            flaw_ = "a line of its header holds a CR or a NUL";
+        }
         value_ += ' ';
         value_ += text;
         return false;
@@ -32,14 +42,19 @@ bool HeaderBlock::addLine(std::string_view line) {
     if (text.empty()) {
         return true;
     }
+    if (text.find_first_of(controls) != std::string_view::npos) {
+        flaw_ = "a line of its header holds a CR or a NUL";
+    }
+    if (++fields_ > maxFields_) {
+        throw httpclient_core::HttpRequestFailedException(
+            "The response has more than " + std::to_string(maxFields_) + " header fields");
+    }
     const std::size_t colon = text.find(':');
     if (colon == std::string_view::npos || !isToken(text.substr(0, colon))) {
+        if (colon != std::string_view::npos && isToken(trimmed(text.substr(0, colon)))) {
+            flaw_ = "a name in its header is followed by a blank";
+        }
         return false;
-    }
-    constexpr int maxFields = 1000;
-    if (++fields_ > maxFields) {
-        throw httpclient_core::HttpRequestFailedException(
-            "The response has more than 1000 header fields");
     }
     name_ = text.substr(0, colon);
     value_ = trimmed(text.substr(colon + 1));
@@ -47,7 +62,7 @@ bool HeaderBlock::addLine(std::string_view line) {
 }
 
 void HeaderBlock::begin(std::string_view line) {
-    *this = HeaderBlock();
+    *this = HeaderBlock(maxFields_);
     const std::string_view text = trimmed(line);
     const std::size_t space = std::min(text.find(' '), text.size());
     const std::string_view rest = trimmed(text.substr(space));

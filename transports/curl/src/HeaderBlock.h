@@ -7,19 +7,24 @@
 
 namespace foundation::httpclient_curl {
 
-/// One header block of an answer: a status line and fields, gathered line by line.
+/// One header block of an answer: a status line and fields, gathered line by line. Lines that are no fields
+/// are dropped, unless another reader of the answer might take them for fields: those are a flaw.
 class HeaderBlock {
 public:
     /// Whether this line begins a block.
     static bool isStatusLine(std::string_view line);
 
+    explicit HeaderBlock(int maxFields) : maxFields_(maxFields) {}
+
     /// Takes one line with its end. True when it is the empty line that ends the block.
-    /// Throws HttpRequestFailedException for a block of more than 1000 fields.
+    /// Throws HttpRequestFailedException for a block of too many fields.
     bool addLine(std::string_view line);
 
     httpclient_core::HttpResponseCode code() const noexcept { return code_; }
     const std::string& reason() const noexcept { return reason_; }
     const httpclient_core::HttpHeaders& headers() const noexcept { return headers_; }
+    /// What makes the fields doubtful, for a message; empty for nothing.
+    const std::string& flaw() const noexcept { return flaw_; }
     /// The value of the first field of that name; empty where there is none.
     std::string header(const std::string& name) const;
 
@@ -34,6 +39,8 @@ private:
     std::string name_;  ///< The field that a folded line may continue.
     std::string value_;
     int fields_ = 0;
+    int maxFields_;
+    std::string flaw_;
 };
 
 }  // namespace foundation::httpclient_curl

@@ -14,12 +14,6 @@ namespace {
 using httpclient_core::HttpRequestFailedException;
 using httpclient_core::HttpResponseCode;
 
-// Only a strong validator tells that two answers are the same to the byte.
-std::string strongEtag(const HeaderBlock& block) {
-    std::string etag = block.header("ETag");
-    return etag.size() >= 2 && etag.front() == '"' && etag.back() == '"' ? etag : std::string();
-}
-
 bool isPlain(const HeaderBlock& block) {
     constexpr std::string_view severalRanges = "multipart/byteranges";
     const std::string coding = block.header("Content-Encoding");
@@ -38,8 +32,12 @@ std::int64_t contentLength(const HeaderBlock& block) {
 
 ResumeGuard::ResumeGuard(httpclient_core::HttpRequest& request,
                          httpclient_core::HttpResponse& response,
-                         bool resumeOnRetry)
-    : request_(request), response_(response), resumeOnRetry_(resumeOnRetry) {
+                         bool resumeOnRetry,
+                         bool mayHoldAside)
+    : request_(request),
+      response_(response),
+      resumeOnRetry_(resumeOnRetry),
+      mayHoldAside_(mayHoldAside) {
     const std::optional<ResumeMark> mark = ResumeMark::takeFrom(request);
     const std::string range = request.hasHeader("Range") ? request.getHeaderValue("Range") : "";
     if (!mark.has_value()) {
@@ -49,22 +47,39 @@ ResumeGuard::ResumeGuard(httpclient_core::HttpRequest& request,
     }
     mark_ = *mark;
     hasMark_ = true;
-    resuming_ = resumeOnRetry && mark_.resumable &&
-                range == "bytes=" + std::to_string(mark_.position) + "-" &&
-                writePosition(response.getResponseBody()) == mark_.position;
+    account_.kept = mark_.held;
+    resuming_ = canResume(range);
     if (!resuming_) {
         startOver();
         return;
     }
-    range_ = "bytes=" + std::to_string(mark_.first + mark_.held) + "-";
+    range_ = "bytes=" + std::to_string(mark_.first + mark_.held - overlapSize()) + "-";
     if (mark_.last >= 0) {
         range_ += std::to_string(mark_.last);
     }
-    ifRange_ = mark_.etag;
+    ifRange_ = mark_.validator.ifRange();
+}
+
+bool ResumeGuard::canResume(const std::string& range) {
+    if (!resumeOnRetry_ || !mark_.resumable ||
+        range != "bytes=" + std::to_string(mark_.position) + "-" ||
+        writePosition(response_.getResponseBody()) != mark_.position) {
+        return false;
+    }
+    if (mark_.validator.strength == Validator::Strength::Sure) {
+        return true;
+    }
+    // To fetch as much again as is held would gain nothing over starting over.
+    if (mark_.held > Overlap::length) {
+        overlap_ = Overlap::before(response_.getResponseBody(), mark_.position);
+    }
+    return overlap_.has_value();
 }
 
 void ResumeGuard::resetBody() {
     response_.resetResponseBody();
+    account_.discarded += mark_.held;
+    account_.kept = 0;
     mark_.tail = mark_.tailAfterReset();
     mark_.held = 0;
     mark_.resumable = false;
@@ -73,6 +88,8 @@ void ResumeGuard::resetBody() {
 void ResumeGuard::startOver() {
     resetBody();
     resuming_ = false;
+    overlap_.reset();
+    received_ = 0;
     range_ = mark_.callersRange;
     ifRange_.clear();
 }
@@ -80,19 +97,28 @@ void ResumeGuard::startOver() {
 bool ResumeGuard::continuesBody(const HeaderBlock& block) const {
     const std::optional<ByteRange> sent =
         ByteRange::fromContentRange(block.header("Content-Range"));
-    return sent.has_value() && isPlain(block) && block.header("ETag") == mark_.etag &&
-           sent->first == mark_.first + mark_.held &&
+    const std::int64_t length = contentLength(block);
+    return sent.has_value() && isPlain(block) && mark_.validator.matches(block) &&
+           sent->first == mark_.first + mark_.held - overlapSize() &&
            (mark_.last < 0 || sent->last <= mark_.last) &&
-           (sent->total < 0 || mark_.total < 0 || sent->total == mark_.total);
+           (sent->total < 0 || mark_.total < 0 || sent->total == mark_.total) &&
+           // Without any of these nothing would tell a part that ends early from the rest.
+           (mark_.last >= 0 || sent->total >= 0 || mark_.total >= 0) &&
+           (length < 0 || length == sent->last - sent->first + 1);
 }
 
-ResumeGuard::Verdict ResumeGuard::judge(const HeaderBlock& block) {
+ResumeGuard::Verdict ResumeGuard::judge(const HeaderBlock& block) const {
     const bool isPartial = block.code() == HttpResponseCode::PartialContent;
     if (resuming_) {
         if (isPartial) {
-            return continuesBody(block) ? Verdict::Accept : Verdict::StartOver;
+            const Verdict verdict = overlap_.has_value() ? Verdict::Compare : Verdict::Accept;
+            return continuesBody(block) ? verdict : Verdict::StartOver;
         }
-        return Verdict::Replace;
+        // The range was not the caller's, so the caller does not hear that it cannot be had.
+        if (block.code() == HttpResponseCode::RangeNotSatisfiable) {
+            return Verdict::StartOver;
+        }
+        return isSuccess(block.code()) || !mayHoldAside_ ? Verdict::Replace : Verdict::HoldAside;
     }
     if (!isPartial) {
         return range_.empty() ? Verdict::Accept : Verdict::Replace;
@@ -112,8 +138,21 @@ ResumeGuard::Verdict ResumeGuard::judge(const HeaderBlock& block) {
     return Verdict::Accept;
 }
 
+bool ResumeGuard::compare(std::string_view& data) {
+    const std::size_t before = data.size();
+    const bool isSame = overlap_->compare(data);
+    const std::size_t compared = isSame ? before - data.size() : before;
+    received_ += static_cast<std::int64_t>(compared);
+    addDropped(compared);
+    return isSame;
+}
+
 void ResumeGuard::commit(const HeaderBlock& block, Verdict verdict) {
     committed_ = true;
+    if (verdict == Verdict::HoldAside) {
+        isAside_ = true;
+        return;
+    }
     if (verdict == Verdict::Replace) {
         resetBody();
     } else if (!resuming_) {
@@ -138,10 +177,33 @@ void ResumeGuard::commit(const HeaderBlock& block, Verdict verdict) {
         mark_.last = sent.has_value() ? sent->last : -1;
         mark_.total = sent.has_value() ? sent->total : contentLength(block);
         mark_.held = 0;
-        mark_.etag = strongEtag(block);
+        mark_.validator = Validator(block);
     }
+    // An answer to a range shows that there are ranges; the whole must say so.
     resumable_ = request_.getHttpMethod() == httpclient_core::HttpMethod::GET && isPlain(block) &&
-                 !mark_.etag.empty() && (sent.has_value() || block.code() == HttpResponseCode::OK);
+                 (sent.has_value() || (block.code() == HttpResponseCode::OK &&
+                                       block.header("Accept-Ranges") == "bytes"));
+}
+
+void ResumeGuard::replaceByPage(std::size_t size) {
+    account_.discarded -= static_cast<std::int64_t>(size);
+    isAside_ = false;
+    resuming_ = false;
+    resetBody();
+    mark_.first = 0;
+    mark_.last = -1;
+    mark_.total = -1;
+    mark_.validator = Validator();
+    resumable_ = false;
+}
+
+void ResumeGuard::addDropped(std::size_t count) noexcept {
+    account_.discarded += static_cast<std::int64_t>(count);
+}
+
+bool ResumeGuard::isBeyondPromise() const {
+    return (expected_ >= 0 && received_ > expected_) ||
+           (mark_.total >= 0 && mark_.first + mark_.held > mark_.total);
 }
 
 void ResumeGuard::addReceived(std::size_t count) {
@@ -150,12 +212,12 @@ void ResumeGuard::addReceived(std::size_t count) {
 }
 
 void ResumeGuard::requireWhole() {
-    if (request_.getHttpMethod() == httpclient_core::HttpMethod::HEAD) {
+    if (request_.getHttpMethod() == httpclient_core::HttpMethod::HEAD || isAside_) {
         return;
     }
     if (expected_ >= 0 && received_ != expected_) {
         // Which of the two is wrong cannot be known, so nothing is built on these bytes.
-        resumable_ = false;
+        distrust();
         throw HttpRequestFailedException("The body does not fit its Content-Range");
     }
     const std::int64_t end = mark_.last >= 0 ? mark_.last + 1 : mark_.total;
@@ -169,13 +231,13 @@ void ResumeGuard::requireWhole() {
 }
 
 void ResumeGuard::leaveMark(bool failed) {
-    if (committed_) {
+    if (committed_ && !isAside_) {
         mark_.position = unknownPosition;
         if (received_ > 0 || resuming_) {
             mark_.position = writePosition(response_.getResponseBody());
         }
-        mark_.resumable =
-            resumable_ && failed && resumeOnRetry_ && mark_.position != unknownPosition;
+        mark_.resumable = resumable_ && failed && trusted_ && !isBeyondPromise() &&
+                          resumeOnRetry_ && mark_.position != unknownPosition && mark_.held > 0;
     }
     if (committed_ || hasMark_) {
         mark_.leaveIn(request_);

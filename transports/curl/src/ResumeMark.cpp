@@ -61,7 +61,10 @@ void ResumeMark::leaveIn(httpclient_core::HttpRequest& request) const {
     for (const std::int64_t number : {first, held, position, tail, total, last}) {
         text += ' ' + std::to_string(number);
     }
-    text += ' ' + toHex(etag) + ' ' + toHex(callersRange);
+    text += ' ' + std::to_string(static_cast<int>(validator.strength));
+    for (const std::string& part : {validator.etag, validator.lastModified, callersRange}) {
+        text += ' ' + toHex(part);
+    }
     request.setHeaderValue(markHeader, std::move(text));
 }
 
@@ -73,13 +76,17 @@ std::optional<ResumeMark> ResumeMark::takeFrom(httpclient_core::HttpRequest& req
     request.removeHeader(markHeader);
     text.imbue(std::locale::classic());
     ResumeMark mark;
+    int strength = 0;
     std::string etag;
+    std::string lastModified;
     std::string range;
     if (!(text >> mark.resumable >> mark.first >> mark.held >> mark.position >> mark.tail >>
-          mark.total >> mark.last >> etag >> range)) {
+          mark.total >> mark.last >> strength >> etag >> lastModified >> range)) {
         return std::nullopt;
     }
-    mark.etag = fromHex(etag);
+    mark.validator.strength = Validator::Strength{strength};
+    mark.validator.etag = fromHex(etag);
+    mark.validator.lastModified = fromHex(lastModified);
     mark.callersRange = fromHex(range);
     return mark;
 }

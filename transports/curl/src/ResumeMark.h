@@ -1,4 +1,6 @@
 #pragma once
+#include "Validator.h"
+
 #include <foundation/httpclient_core/HttpRequest.h>
 
 #include <cstdint>
@@ -18,7 +20,7 @@ struct ResumeMark {
     std::int64_t tail = 0;    ///< Bytes that an earlier, longer body may have left in the stream.
     std::int64_t total = -1;  ///< Size of the resource, or -1.
     std::int64_t last = -1;   ///< Last byte that the caller wants, or -1 for the end.
-    std::string etag;
+    Validator validator;
     std::string callersRange;  ///< The Range header that the caller set, or empty.
 
     /// Whether the body stream began past position 0; such a stream is rewound, never replaced.
