@@ -176,12 +176,19 @@ void PartialFile::beginAt(std::int64_t offset, const Entity& entity) {
 }
 
 bool PartialFile::add(std::string_view bytes) {
-    if (!body_->write(body_->size(), bytes)) {
-        return false;
-    }
-    if (continuable_) {
-        digest_.add(bytes);
-        recordProgress();
+    while (!bytes.empty()) {
+        // Cut at the next checkpoint, so that no kill costs more than an interval.
+        const auto room = static_cast<std::size_t>(recorded_ + interval - body_->size());
+        const std::string_view piece =
+            continuable_ ? bytes.substr(0, std::min(bytes.size(), room)) : bytes;
+        if (!body_->write(body_->size(), piece)) {
+            return false;
+        }
+        bytes.remove_prefix(piece.size());
+        if (continuable_) {
+            digest_.add(piece);
+            recordProgress();
+        }
     }
     return true;
 }
