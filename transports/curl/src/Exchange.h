@@ -7,6 +7,7 @@
 #include "ProxyResolver.h"
 #include "RequestHeaders.h"
 #include "ResumeGuard.h"
+#include "StreamWatch.h"
 #include "TransferError.h"
 #include "TransferSettings.h"
 #include "TransferShares.h"
@@ -77,6 +78,7 @@ private:
         EasyHandle easy;
         std::optional<ProxyPass> pass;  ///< None for a direct connection.
         Deadlines deadlines;
+        StreamWatch stream;
         HeaderBlock block;
         HeaderBlock connectBlock;  ///< The proxy's last answer to CONNECT.
         std::int64_t headerBytes = 0;
@@ -124,6 +126,11 @@ private:
     static std::size_t writeCallback(char* data, std::size_t size, std::size_t count, void* self);
     static std::size_t readCallback(char* data, std::size_t size, std::size_t count, void* self);
     static int seekCallback(void* self, curl_off_t offset, int origin);
+    static int debugCallback(CURL* easy,
+                             curl_infotype type,
+                             char* data,
+                             std::size_t size,
+                             void* self);
 
     core::HttpRequest& request_;
     core::HttpResponse& response_;
