@@ -14,12 +14,6 @@ namespace {
 
 class NginxTest : public BothRoads {
 protected:
-    void SetUp() override {
-        if (!NginxServer::isInstalled()) {
-            GTEST_SKIP() << "nginx is not installed";
-        }
-    }
-
     static CertificateAuthority& authority() {
         static CertificateAuthority authority;
         return authority;
@@ -300,9 +294,6 @@ TEST_P(HstsTest, KeepsCredentialsOnTheUpgradedOrigin) {
 
 // The upgrade turns a request to the proxy into a tunnel, which Digest has to be answered for anew.
 TEST_P(HstsTest, WorksThroughAProxyThatWantsDigest) {
-    if (!SquidProxy::isInstalled()) {
-        GTEST_SKIP() << "squid is not installed";
-    }
     const NginxServer server(strictServer());
     const SquidProxy squid(SquidProxy::Scheme::Digest);
     TestClient client;
@@ -328,9 +319,6 @@ public:
 
 // The server at the other end of a tunnel must not get the user to type the proxy's password.
 TEST_P(NginxTest, ARefusalFromInsideATunnelAsksNobody) {
-    if (!SquidProxy::isInstalled()) {
-        GTEST_SKIP() << "squid is not installed";
-    }
     const NginxServer server(tlsServer() +
                              "add_header Proxy-Authenticate 'Basic realm=\"x\"' always;\n"
                              "add_header QZ-Internal-Proxy-Info 127.0.0.1:1 always;\n"

@@ -69,21 +69,15 @@ struct Way {
 
 class SquidTest : public ::testing::TestWithParam<Way> {
 protected:
-    void SetUp() override {
-        if (!SquidProxy::isInstalled()) {
-            GTEST_SKIP() << "squid is not installed";
-        }
-        squid.emplace(GetParam().scheme);
-    }
     void TearDown() override {
-        if (HasFailure() && squid.has_value()) {
-            std::cout << "squid's log:\n" << squid->accessLog();
+        if (HasFailure()) {
+            std::cout << "squid's log:\n" << squid.accessLog();
         }
     }
 
     Road road() const { return GetParam().road; }
 
-    std::optional<SquidProxy> squid;
+    SquidProxy squid{GetParam().scheme};
 };
 
 INSTANTIATE_TEST_SUITE_P(Ways,
@@ -101,13 +95,13 @@ INSTANTIATE_TEST_SUITE_P(Ways,
 TEST_P(SquidTest, PassesWithTheCredentialsOfTheProxyUrl) {
     LoopbackServer server(echo());
     TestClient client;
-    client->setClientConfiguration(through(withLogin(*squid)));
+    client->setClientConfiguration(through(withLogin(squid)));
     for (int i = 0; i < 3; ++i) {
         const Outcome outcome = client.get(server.url("/x?y=1"), road());
         ASSERT_EQ(outcome.error, nullptr) << outcome.message();
         EXPECT_EQ(outcome.body(), "GET 0");
     }
-    EXPECT_LE(squid->refusals(), 1);
+    EXPECT_LE(squid.refusals(), 1);
     for (const ReceivedRequest& request : server.requests()) {
         EXPECT_FALSE(request.hasHeader("Proxy-Authorization"));
     }
@@ -117,14 +111,14 @@ TEST_P(SquidTest, AsksAgainAfterAWrongPassword) {
     LoopbackServer server(echo());
     const auto prompt = std::make_shared<SlowPrompt>(std::deque{wrongAnswer, rightAnswer});
     TestClient client(prompt);
-    client->setClientConfiguration(through(squid->url()));
+    client->setClientConfiguration(through(squid.url()));
     const Outcome outcome = client.get(server.url(), road());
     ASSERT_EQ(outcome.error, nullptr) << outcome.message();
     EXPECT_EQ(outcome.body(), "GET 0");
     EXPECT_EQ(prompt->asked, 2);
-    const int refusals = squid->refusals();
+    const int refusals = squid.refusals();
     EXPECT_EQ(client.get(server.url(), road()).body(), "GET 0");
-    EXPECT_EQ(squid->refusals(), refusals);
+    EXPECT_EQ(squid.refusals(), refusals);
     EXPECT_EQ(prompt->asked, 2);
 }
 
@@ -133,7 +127,7 @@ TEST_P(SquidTest, OpensTunnelsWithTheAnswerOfThePrompt) {
     const TlsServer server(authority.issue("IP:127.0.0.1"));
     const auto prompt = std::make_shared<SlowPrompt>(std::deque{wrongAnswer, rightAnswer});
     TestClient client(prompt);
-    client->setClientConfiguration(through(squid->url()).withCertificateFile(authority.file()));
+    client->setClientConfiguration(through(squid.url()).withCertificateFile(authority.file()));
     for (int i = 0; i < 3; ++i) {
         const Outcome outcome = client.get(server.url("127.0.0.1"), road());
         ASSERT_EQ(outcome.error, nullptr) << outcome.message();
@@ -141,7 +135,7 @@ TEST_P(SquidTest, OpensTunnelsWithTheAnswerOfThePrompt) {
     }
     EXPECT_EQ(prompt->asked, 2);
     // Without a login, again for the core, and once for the wrong password.
-    EXPECT_EQ(squid->refusals(), 3);
+    EXPECT_EQ(squid.refusals(), 3);
 }
 
 TEST_P(SquidTest, OpensTunnelsWithTheCredentialsOfTheProxyUrl) {
@@ -149,14 +143,14 @@ TEST_P(SquidTest, OpensTunnelsWithTheCredentialsOfTheProxyUrl) {
     const TlsServer server(authority.issue("IP:127.0.0.1"));
     TestClient client;
     client->setClientConfiguration(
-        through(withLogin(*squid)).withCertificateFile(authority.file()));
+        through(withLogin(squid)).withCertificateFile(authority.file()));
     for (int i = 0; i < 3; ++i) {
         const Outcome outcome = client.get(server.url("127.0.0.1"), road());
         ASSERT_EQ(outcome.error, nullptr) << outcome.message();
         EXPECT_EQ(outcome.code(), HttpResponseCode::OK);
         client->closeIdleConnections();
     }
-    EXPECT_LE(squid->refusals(), 1);
+    EXPECT_LE(squid.refusals(), 1);
 }
 
 TEST_P(SquidTest, DeliversTheRefusalOfATunnelWhenTheUserDeclines) {
@@ -164,7 +158,7 @@ TEST_P(SquidTest, DeliversTheRefusalOfATunnelWhenTheUserDeclines) {
     const TlsServer server(authority.issue("IP:127.0.0.1"));
     const auto prompt = std::make_shared<SlowPrompt>(std::deque<ProxyCredentials>());
     TestClient client(prompt);
-    client->setClientConfiguration(through(squid->url()).withCertificateFile(authority.file()));
+    client->setClientConfiguration(through(squid.url()).withCertificateFile(authority.file()));
     const Outcome outcome = client.get(server.url("127.0.0.1"), road());
     ASSERT_EQ(outcome.error, nullptr) << outcome.message();
     EXPECT_EQ(outcome.code(), HttpResponseCode::ProxyAuthenticationRequired);
@@ -176,7 +170,7 @@ TEST_P(SquidTest, CarriesABodyOfThreeMegabytes) {
     LoopbackServer server(echo());
     const auto prompt = std::make_shared<SlowPrompt>(std::deque{rightAnswer});
     TestClient client(prompt);
-    client->setClientConfiguration(through(squid->url()));
+    client->setClientConfiguration(through(squid.url()));
     for (int i = 0; i < 2; ++i) {
         HttpRequest request(HttpMethod::POST, server.url(), {});
         request.setRequestBody(std::string(3000000, 'b'));
@@ -190,7 +184,7 @@ TEST_P(SquidTest, CarriesABodyOfThreeMegabytes) {
 TEST_P(SquidTest, CarriesABodyWithTheCredentialsOfTheProxyUrl) {
     LoopbackServer server(echo());
     TestClient client;
-    client->setClientConfiguration(through(withLogin(*squid)));
+    client->setClientConfiguration(through(withLogin(squid)));
     for (int i = 0; i < 2; ++i) {
         HttpRequest request(HttpMethod::POST, server.url(), {});
         request.setRequestBody(std::string(3000000, 'b'));
@@ -198,7 +192,7 @@ TEST_P(SquidTest, CarriesABodyWithTheCredentialsOfTheProxyUrl) {
         ASSERT_EQ(outcome.error, nullptr) << outcome.message();
         EXPECT_EQ(outcome.body(), "POST 3000000");
     }
-    EXPECT_LE(squid->refusals(), 1);
+    EXPECT_LE(squid.refusals(), 1);
 }
 
 TEST_P(SquidTest, SixtyFourParallelRequestsAskOnce) {
@@ -207,7 +201,7 @@ TEST_P(SquidTest, SixtyFourParallelRequestsAskOnce) {
         std::make_shared<SlowPrompt>(std::deque{rightAnswer}, std::chrono::milliseconds(300));
     TestClient client(prompt);
     client->setClientConfiguration(
-        through(squid->url()).withMaxThreads(4).withMaxRequestsPerThread(16));
+        through(squid.url()).withMaxThreads(4).withMaxRequestsPerThread(16));
     std::vector<std::future<Outcome>> outcomes;
     for (int i = 0; i < 64; ++i) {
         outcomes.push_back(
@@ -231,9 +225,6 @@ INSTANTIATE_TEST_SUITE_P(Roads,
 // A nonce that serves two requests: refused are the first request, its repetition for the core, and then
 // every time the nonces are used up.
 TEST_P(SquidNonceTest, SixRequestsCostAtMostFourRefusals) {
-    if (!SquidProxy::isInstalled()) {
-        GTEST_SKIP() << "squid is not installed";
-    }
     const SquidProxy squid(SquidProxy::Scheme::Digest, 2);
     LoopbackServer server(echo());
     const auto prompt = std::make_shared<SlowPrompt>(std::deque{rightAnswer});

@@ -5,12 +5,10 @@
 #include <chrono>
 #include <csignal>
 #include <cstdint>
-#include <cstdlib>
 #include <fcntl.h>
 #include <netinet/in.h>
 #include <poll.h>
 #include <spawn.h>
-#include <sstream>
 #include <stdexcept>
 #include <sys/socket.h>
 #include <sys/wait.h>
@@ -113,20 +111,6 @@ void runProgram(std::vector<std::string> arguments) {
     if (process.wait() != 0) {
         throw std::runtime_error(name + " failed: " + output);
     }
-}
-
-bool hasProgram(const std::string& name) {
-    if (name.find('/') != std::string::npos) {
-        return ::access(name.c_str(), X_OK) == 0;
-    }
-    const char* path = std::getenv("PATH");
-    std::istringstream folders(std::string(path != nullptr ? path : "") + ":/usr/sbin");
-    for (std::string folder; std::getline(folders, folder, ':');) {
-        if (::access((folder + "/" + name).c_str(), X_OK) == 0) {
-            return true;
-        }
-    }
-    return false;
 }
 
 int freePort() {

@@ -32,8 +32,6 @@ private:
 
 /// Runs a program to its end. Throws with its output unless it succeeds.
 void runProgram(std::vector<std::string> arguments);
-/// Whether a program of that name or path can be run.
-bool hasProgram(const std::string& name);
 /// A port of 127.0.0.1 that nobody listens on at the moment.
 int freePort();
 /// Waits until somebody listens on the port of 127.0.0.1; false when the process ends before, or after

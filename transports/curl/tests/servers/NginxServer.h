@@ -12,8 +12,6 @@ namespace foundation::httpclient_curl::testing {
 /// process id.
 class NginxServer {
 public:
-    static bool isInstalled() { return hasProgram("nginx"); }
-
     /// `site` is what stands in the "http" part of its configuration; in it "@FOLDER@" is the folder and
     /// "@PORT0@" to "@PORT3@" are free ports. Files for "root @FOLDER@/www;" are written before.
     /// Throws std::runtime_error with the log if it does not start.

@@ -20,11 +20,6 @@ const char* const basicUser = "ann:$1$httpcli$q8yeTokH8SHTdVZWjZaTj/\n";
 
 }  // namespace
 
-bool SquidProxy::isInstalled() {
-    return hasProgram(program) && hasProgram(helpers + "basic_ncsa_auth") &&
-           hasProgram(helpers + "digest_file_auth");
-}
-
 SquidProxy::SquidProxy(Scheme scheme, int maxNonceUses) {
     folder_.write("basic", basicUser);
     folder_.write("digest", digestUser);

@@ -13,8 +13,6 @@ class SquidProxy {
 public:
     enum class Scheme { Basic, Digest, Both };
 
-    static bool isInstalled();
-
     /// A nonce of Digest serves `maxNonceUses` requests.
     /// Throws std::runtime_error with the log if it does not start.
     explicit SquidProxy(Scheme scheme, int maxNonceUses = 50);
