@@ -6,6 +6,7 @@
 #include "tests/support/LoopbackServer.h"
 
 #include <foundation/httpclient_curl/CurlHttpClient.h>
+#include <foundation/httpclient_curl/ResumingRetryStrategy.h>
 
 namespace foundation::httpclient_core::testing {
 

@@ -21,7 +21,12 @@ struct AsyncAttempt {
           request(std::move(attemptRequest)),
           response(std::move(attemptResponse)),
           handler(std::move(completion)),
-          exchange(request, response, std::move(settings), record->cancelled, shared) {}
+          exchange(request,
+                   response,
+                   std::move(settings),
+                   *record,
+                   record->history.isAttended ? &record->history : nullptr,
+                   shared) {}
 
     std::shared_ptr<RequestRecord> record;
     core::HttpRequest request;

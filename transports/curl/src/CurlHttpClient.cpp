@@ -20,6 +20,12 @@ void initializeLibrary() {
     }
 }
 
+CurlClientOptions optionsWith(std::shared_ptr<core::ProxyCredentialPrompt> prompt) {
+    CurlClientOptions options;
+    options.credentialPrompt = std::move(prompt);
+    return options;
+}
+
 /// A synchronous request under way, from its first attempt to its last.
 class SyncCall {
 public:
@@ -39,13 +45,17 @@ private:
 
 }  // namespace
 
-CurlHttpClient::CurlHttpClient() : CurlHttpClient(nullptr) {}
+CurlHttpClient::CurlHttpClient() : CurlHttpClient(CurlClientOptions()) {}
 
-CurlHttpClient::CurlHttpClient(std::shared_ptr<core::ProxyCredentialPrompt> prompt) {
+CurlHttpClient::CurlHttpClient(std::shared_ptr<core::ProxyCredentialPrompt> prompt)
+    : CurlHttpClient(optionsWith(std::move(prompt))) {}
+
+CurlHttpClient::CurlHttpClient(CurlClientOptions options) {
     initializeLibrary();
-    engine_ = std::make_shared<Engine>();
+    engine_ = std::make_shared<Engine>(std::move(options));
+    const auto& prompt = engine_->options().credentialPrompt;
     if (prompt != nullptr) {
-        prompt_ = std::make_shared<SharedPrompt>(std::move(prompt), engine_->credentials());
+        prompt_ = std::make_shared<SharedPrompt>(prompt, engine_->credentials());
     }
 }
 
@@ -107,6 +117,10 @@ void CurlHttpClient::sendAsyncRequest(core::HttpRequest request,
 unsigned long CurlHttpClient::makeAsyncRequest(core::HttpRequest request,
                                                core::CompletionHandler handler) {
     const auto delivery = std::make_shared<Delivery>(engine_, request);
+    const auto record = std::make_shared<RequestRecord>();
+    record->history.isStarting = true;
+    record->history.isAttended = true;
+    const RequestScope scope(*engine_, record);
     const unsigned long id = HttpClient::makeAsyncRequest(
         std::move(request), core::CompletionHandler(GuardedHandler(std::move(handler), delivery)));
     delivery->requestStarted();

@@ -59,14 +59,15 @@ private:
     std::unique_ptr<Driver> driver_;
 };
 
-Engine::Engine() = default;
+Engine::Engine(CurlClientOptions options) : options_(std::move(options)) {}
 Engine::~Engine() = default;
 
 Exchange::Shared Engine::shared() {
     return {.proxies = proxies_,
             .credentials = *credentials_,
             .proxyKnowledge = proxyKnowledge_,
-            .shares = shares_};
+            .shares = shares_,
+            .options = options_};
 }
 
 void Engine::setLimits(int threads, int perThread) {
@@ -83,11 +84,14 @@ void Engine::setLimits(int threads, int perThread) {
 void Engine::send(core::HttpRequest& request,
                   core::HttpResponse& response,
                   TransferSettings settings) {
-    const RequestScope* scope = RequestScope::current(*this);
+    RequestScope* scope = RequestScope::current(*this);
     const std::shared_ptr<RequestRecord> record =
         scope != nullptr ? scope->record() : std::make_shared<RequestRecord>();
+    const bool isAttempt = scope != nullptr && scope->owns(request, response);
     SyncLease lease(*this, record);
-    Exchange exchange(request, response, std::move(settings), record->cancelled, shared());
+    Exchange exchange(request, response, std::move(settings), *record,
+                      isAttempt && record->history.isAttended ? &record->history : nullptr,
+                      shared());
     lease.driver().start(exchange);
     while (lease.driver().turn().empty()) {
         lease.driver().wait(Clock::time_point::max());
@@ -99,6 +103,7 @@ void Engine::send(core::HttpRequest& request,
 
 std::shared_ptr<RequestRecord> Engine::beginSync() {
     auto record = std::make_shared<RequestRecord>();
+    record->history.isAttended = true;
     const std::lock_guard lock(mutex_);
     record->cancelled = stopping_;
     syncRecords_.push_back(record);
@@ -159,7 +164,10 @@ void Engine::sendAsync(core::HttpRequest request,
 std::shared_ptr<RequestRecord> Engine::useRecord(unsigned long id) {
     std::shared_ptr<RequestRecord>& record = records_[id];
     if (record == nullptr) {
-        record = std::make_shared<RequestRecord>();
+        const RequestScope* scope = RequestScope::current(*this);
+        const bool isStarting = scope != nullptr && scope->record()->history.isStarting;
+        record = isStarting ? scope->record() : std::make_shared<RequestRecord>();
+        record->history.isStarting = false;
         record->id = id;
         record->sequence = nextSequence_++;
     }
@@ -188,6 +196,7 @@ void Engine::forget(const std::shared_ptr<RequestRecord>& record) {
 void Engine::deliveryBegins() {
     const RequestScope* scope = RequestScope::current(*this);
     if (scope != nullptr) {
+        scope->record()->history.isDelivered = true;
         const std::lock_guard lock(mutex_);
         forget(scope->record());
     }

@@ -9,6 +9,8 @@
 #include "TransferShares.h"
 #include "Worker.h"
 
+#include <foundation/httpclient_curl/CurlClientOptions.h>
+
 #include <chrono>
 #include <condition_variable>
 #include <map>
@@ -26,11 +28,12 @@ class Engine : public std::enable_shared_from_this<Engine> {
 public:
     using Clock = Exchange::Clock;
 
-    Engine();
+    explicit Engine(CurlClientOptions options);
     Engine(const Engine&) = delete;
     Engine& operator=(const Engine&) = delete;
     ~Engine();
 
+    const CurlClientOptions& options() const noexcept { return options_; }
     /// How many attempts are under way at once: threads times attempts for each.
     void setLimits(int threads, int perThread);
     const std::shared_ptr<CredentialStore>& credentials() const noexcept { return credentials_; }
@@ -94,6 +97,7 @@ private:
     std::vector<AttemptPointer> takeWaiting(const RequestRecord* record);
     void completeCancelled(std::vector<AttemptPointer> attempts);
 
+    const CurlClientOptions options_;
     const ProxyResolver proxies_;
     const std::shared_ptr<CredentialStore> credentials_ = std::make_shared<CredentialStore>();
     ProxyKnowledge proxyKnowledge_;

@@ -35,6 +35,31 @@ std::string nameOf(HttpMethod method) {
     return name.str();
 }
 
+std::string peerOf(CURL* easy) {
+    const auto* address = info<char*>(easy, CURLINFO_PRIMARY_IP);
+    const auto port = info<long>(easy, CURLINFO_PRIMARY_PORT);
+    if (address == nullptr || *address == '\0' || port <= 0) {
+        return {};
+    }
+    const std::string text = address;
+    return (text.find(':') != std::string::npos ? '[' + text + ']' : text) + ':' +
+           std::to_string(port);
+}
+
+void describeTransfer(CURL* easy, AttemptReport& report) {
+    const auto time = [easy](CURLINFO which) {
+        return std::chrono::microseconds(info<curl_off_t>(easy, which));
+    };
+    report.nameLookup = time(CURLINFO_NAMELOOKUP_TIME_T);
+    report.connect = time(CURLINFO_CONNECT_TIME_T);
+    report.tls = time(CURLINFO_APPCONNECT_TIME_T);
+    report.firstByte = time(CURLINFO_STARTTRANSFER_TIME_T);
+    report.total = time(CURLINFO_TOTAL_TIME_T);
+    report.connectionReused = time(CURLINFO_PRETRANSFER_TIME_T).count() > 0 &&
+                              info<long>(easy, CURLINFO_NUM_CONNECTS) == 0;
+    report.remoteAddress = peerOf(easy);
+}
+
 bool mayHaveSideEffects(HttpMethod method) {
     return method == HttpMethod::POST || method == HttpMethod::PATCH;
 }
@@ -44,25 +69,35 @@ bool mayHaveSideEffects(HttpMethod method) {
 Exchange::Exchange(core::HttpRequest& request,
                    core::HttpResponse& response,
                    TransferSettings settings,
-                   const std::atomic<bool>& cancelled,
+                   const RequestRecord& record,
+                   RequestHistory* history,
                    Shared shared)
     : request_(request),
       response_(response),
       settings_(std::move(settings)),
-      cancelled_(cancelled),
+      record_(record),
+      cancelled_(record.cancelled),
+      history_(history != nullptr ? *history : ownHistory_),
       shared_(shared),
       method_(request.getHttpMethod()) {}
 
 Exchange::~Exchange() = default;
 
 Exchange::Next Exchange::begin() noexcept {
+    if (++history_.attempts == 1) {
+        history_.begun = Clock::now();
+    }
+    report_.attempt = history_.attempts;
     try {
         prepare();
         configureHop();
         return Next::Again;
     } catch (...) {
+        // Refused before anything was sent.
+        isLasting_ = true;
         error_ = std::current_exception();
         settleResponse();
+        report();
         return Next::Done;
     }
 }
@@ -413,6 +448,7 @@ Exchange::Next Exchange::finish(CURLcode code) noexcept {
     }
     if (next == Next::Done) {
         settleResponse();
+        report();
     }
     return next;
 }
@@ -425,6 +461,7 @@ Exchange::Next Exchange::conclude(CURLcode code) {
         callbackError_ = hop_->form->takeError();
     }
     if (callbackError_ != nullptr) {
+        isLasting_ = true;
         std::rethrow_exception(std::exchange(callbackError_, nullptr));
     }
     if (timedOut_) {
@@ -444,7 +481,9 @@ Exchange::Next Exchange::conclude(CURLcode code) {
     }
     // However its body ended, the redirect itself was complete.
     if (hop_->redirects) {
+        isLasting_ = true;
         followRedirect();
+        isLasting_ = false;
         return Next::Again;
     }
     if (code != CURLE_OK) {
@@ -468,6 +507,7 @@ void Exchange::succeed() {
         throw HttpRequestCancelledException();
     }
     if (tooManyRedirects_) {
+        isLasting_ = true;
         error_ = transferFailure(
             "Maximum number of redirects (" + std::to_string(settings_.maxRedirects) + ") reached",
             context());
@@ -489,15 +529,18 @@ void Exchange::describeFailure(CURLcode code) {
         }
         // The code stays "not made": a proxy does not speak for the server.
         sent_ = false;
+        isLasting_ = !isServerError(refusal.code());
         error_ = transferFailure(
             "Proxy refused the tunnel: " + to_string(refusal.code()) + " " + refusal.reason(),
             context());
         return;
     }
     if (code == CURLE_OUT_OF_MEMORY && !committed_) {
+        isLasting_ = true;
         error_ = transferFailure("response header too long (libcurl 27)", context());
         return;
     }
+    isLasting_ = isLasting(code);
     error_ = transferError(code, info<long>(handle(), CURLINFO_OS_ERRNO), hop_->errorText.data(),
                            context());
 }
@@ -588,6 +631,29 @@ void Exchange::settleResponse() noexcept {
         if (error_ == nullptr) {
             error_ = std::current_exception();
         }
+    }
+}
+
+void Exchange::report() noexcept {
+    history_.lastingFailure = isLasting_ ? error_ : nullptr;
+    if (guard_ != nullptr) {
+        history_.mostHeld = std::max(history_.mostHeld, guard_->held());
+    }
+    if (!shared_.options.attemptObserver) {
+        return;
+    }
+    try {
+        report_.requestId = record_.id;
+        report_.method = method_;
+        report_.url = url_ != nullptr ? url_->display() : std::string();
+        report_.code = response_.getResponseCode();
+        report_.error = error_;
+        report_.redirects = redirects_;
+        if (hop_ != nullptr && hop_->easy != nullptr) {
+            describeTransfer(handle(), report_);
+        }
+        shared_.options.attemptObserver(report_);
+    } catch (...) {  // NOLINT(bugprone-empty-catch): what an observer throws is nobody's business
     }
 }
 

@@ -6,6 +6,7 @@
 #include "ProxyPass.h"
 #include "ProxyResolver.h"
 #include "RequestHeaders.h"
+#include "RequestRecord.h"
 #include "ResumeGuard.h"
 #include "StreamWatch.h"
 #include "TransferError.h"
@@ -16,6 +17,7 @@
 
 #include <foundation/httpclient_core/HttpRequest.h>
 #include <foundation/httpclient_core/HttpResponse.h>
+#include <foundation/httpclient_curl/CurlClientOptions.h>
 
 #include <array>
 #include <atomic>
@@ -42,12 +44,15 @@ public:
         const CredentialStore& credentials;
         ProxyKnowledge& proxyKnowledge;
         const TransferShares& shares;
+        const CurlClientOptions& options;
     };
 
+    /// Without a history it is an attempt by itself.
     Exchange(core::HttpRequest& request,
              core::HttpResponse& response,
              TransferSettings settings,
-             const std::atomic<bool>& cancelled,
+             const RequestRecord& record,
+             RequestHistory* history,
              Shared shared);
     Exchange(const Exchange&) = delete;
     Exchange& operator=(const Exchange&) = delete;
@@ -119,6 +124,7 @@ private:
     void succeed();
     void describeFailure(CURLcode code);
     void settleResponse() noexcept;
+    void report() noexcept;
     bool isRefusedTunnel() const;
     TransferContext context() const;
 
@@ -135,8 +141,12 @@ private:
     core::HttpRequest& request_;
     core::HttpResponse& response_;
     TransferSettings settings_;
+    const RequestRecord& record_;
     const std::atomic<bool>& cancelled_;
+    RequestHistory ownHistory_;
+    RequestHistory& history_;
     Shared shared_;
+    AttemptReport report_;
     core::ProgressCallback progress_;
     Clock::time_point lastProgress_;
 
@@ -161,6 +171,7 @@ private:
     bool sent_ = false;     ///< Some hop got as far as sending.
     std::int64_t received_ = 0;
     std::exception_ptr callbackError_;
+    bool isLasting_ = false;  ///< The next attempt would meet the error again.
     std::exception_ptr error_;
 };
 

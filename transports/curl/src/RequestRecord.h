@@ -1,4 +1,8 @@
 #pragma once
+#include "RequestHistory.h"
+
+#include <foundation/httpclient_core/Fwd.h>
+
 #include <atomic>
 #include <chrono>
 #include <cstdint>
@@ -16,6 +20,7 @@ struct RequestRecord {
     std::uint64_t sequence = 0;          ///< Place in the queue; a retry keeps it.
     int uses = 0;                        ///< Attempts and handlers in being. Guarded by the engine.
     int attemptsWhileStopping = 0;       ///< Guarded by the engine.
+    RequestHistory history;
 };
 
 /// Tells code that runs below a handler or a synchronous call which request it works for. One per
@@ -29,7 +34,14 @@ public:
 
     /// The innermost scope of the calling thread if it belongs to this engine, else null.
     static RequestScope* current(const Engine& engine);
+    /// The history of the request that the calling thread works for, whatever its engine; null where
+    /// there is none or its caller has the response already.
+    static RequestHistory* history();
 
+    /// Whether this synchronous attempt is one of the request itself, and not of code that runs between
+    /// its attempts.
+    bool owns(const httpclient_core::HttpRequest& request,
+              const httpclient_core::HttpResponse& response);
     const std::shared_ptr<RequestRecord>& record() const noexcept { return record_; }
     /// Adds to the wait before the next attempt of the request.
     void addDelay(std::chrono::milliseconds delay) noexcept { delay_ += delay; }
@@ -40,6 +52,7 @@ private:
     const Engine& engine_;
     std::shared_ptr<RequestRecord> record_;
     std::chrono::milliseconds delay_{0};
+    const httpclient_core::HttpRequest* request_ = nullptr;  ///< What a synchronous request sends.
     RequestScope* former_;
 };
 

@@ -40,6 +40,8 @@ public:
     void commit(const HeaderBlock& block, Verdict verdict);
     /// Counts bytes written to the response body.
     void addReceived(std::size_t count);
+    /// Bytes of the resource that the response body holds.
+    std::int64_t held() const noexcept { return mark_.held; }
     /// After a transfer that libcurl calls complete. Throws HttpRequestFailedException when the body is
     /// not what its headers promise.
     void requireWhole();

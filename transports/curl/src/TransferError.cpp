@@ -3,6 +3,8 @@
 #include <foundation/httpclient_core/HttpRequestFailedException.h>
 #include <foundation/httpclient_core/HttpRequestTimeoutException.h>
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <sstream>
 
@@ -26,6 +28,14 @@ std::string printable(const std::string& text) {
         }
     }
     return clean;
+}
+
+constexpr std::array lastingCodes{CURLE_UNSUPPORTED_PROTOCOL,     CURLE_URL_MALFORMAT,
+                                  CURLE_PEER_FAILED_VERIFICATION, CURLE_SSL_CACERT_BADFILE,
+                                  CURLE_SSL_ISSUER_ERROR,         CURLE_SSL_INVALIDCERTSTATUS};
+
+std::string numberOf(CURLcode code) {
+    return " (libcurl " + std::to_string(code) + ")";
 }
 
 const char* prefixFor(CURLcode code) {
@@ -56,14 +66,22 @@ std::exception_ptr transferError(CURLcode code,
         return std::make_exception_ptr(std::bad_alloc());
     }
     const std::string text = detail.empty() ? curl_easy_strerror(code) : detail;
-    return transferFailure(prefixFor(code) + text + " (libcurl " + std::to_string(code) + ")",
-                           context);
+    return transferFailure(prefixFor(code) + text + numberOf(code), context);
 }
 
 std::exception_ptr transferFailure(const std::string& text, const TransferContext& context) {
     std::ostringstream message;
     message << context.method << ' ' << context.url << ": " << text;
     return std::make_exception_ptr(HttpRequestFailedException(printable(message.str())));
+}
+
+bool isLasting(CURLcode code) {
+    return std::find(lastingCodes.begin(), lastingCodes.end(), code) != lastingCodes.end();
+}
+
+bool saysLasting(std::string_view text) {
+    return std::any_of(lastingCodes.begin(), lastingCodes.end(),
+                       [text](CURLcode code) { return text.ends_with(numberOf(code).substr(1)); });
 }
 
 }  // namespace foundation::httpclient_curl

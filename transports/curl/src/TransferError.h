@@ -5,6 +5,7 @@
 
 #include <exception>
 #include <string>
+#include <string_view>
 
 namespace foundation::httpclient_curl {
 
@@ -21,5 +22,11 @@ std::exception_ptr transferError(CURLcode code,
                                  const TransferContext& context);
 /// A failure of the transport's own in the same form.
 std::exception_ptr transferFailure(const std::string& text, const TransferContext& context);
+
+/// Whether the next attempt would meet this again: 1 unsupported protocol, 3 malformed URL, 60 peer
+/// certificate not verified, 77 unreadable CA file, 83 wrong issuer, 91 invalid certificate status.
+bool isLasting(CURLcode code);
+/// The same by the "(libcurl N)" that ends the texts of transferError().
+bool saysLasting(std::string_view text);
 
 }  // namespace foundation::httpclient_curl

@@ -1,20 +1,12 @@
 #pragma once
+#include "Origin.h"
+
 #include <foundation/httpclient_core/Fwd.h>
 
-#include <compare>
 #include <string>
 #include <string_view>
 
 namespace foundation::httpclient_curl {
-
-/// What decides whether credentials for one URL may go to another.
-struct Origin {
-    std::string scheme;
-    std::string host;
-    std::string port;
-
-    bool operator==(const Origin&) const = default;
-};
 
 /// The absolute URL of one hop, as it goes to libcurl: http or https, no fragment, no user information,
 /// unsafe bytes percent-encoded.

@@ -120,7 +120,10 @@ inline RetryStrategy recordingStrategy(std::vector<Attempt>& attempts,
 /// Silences the log, which otherwise goes to the terminal, and runs requests on either road.
 class TestClient {
 public:
-    TestClient() : TestClient(nullptr) {}
+    TestClient() : TestClient(CurlClientOptions()) {}
+    explicit TestClient(CurlClientOptions options) : client_(std::move(options)) {
+        boost::log::core::get()->set_logging_enabled(false);
+    }
     explicit TestClient(std::shared_ptr<ProxyCredentialPrompt> prompt)
         : client_(std::move(prompt)) {
         boost::log::core::get()->set_logging_enabled(false);

@@ -1,5 +1,6 @@
 #pragma once
 #include <foundation/httpclient_core/HttpClient.h>
+#include <foundation/httpclient_curl/CurlClientOptions.h>
 #include <foundation/httpclient_curl/Export.h>
 
 #include <exception>
@@ -74,6 +75,9 @@ public:
     /// the thread of the request that needs it, from several threads at once where several do.
     /// @throws std::runtime_error "libcurl cannot be initialized: " and the reason.
     explicit CurlHttpClient(std::shared_ptr<httpclient_core::ProxyCredentialPrompt> prompt);
+    /// Makes a client with these options.
+    /// @throws std::runtime_error "libcurl cannot be initialized: " and the reason.
+    explicit CurlHttpClient(CurlClientOptions options);
     /// Ends all requests; see the class comment.
     ~CurlHttpClient() override;
 
@@ -83,7 +87,7 @@ public:
     void closeIdleConnections() override;
     /// Returns the credentials by "host:port" of their proxy. They live in memory, as long as the client.
     std::shared_ptr<httpclient_core::ProxyCredentialStore> proxyCredentialStore() const override;
-    /// Returns the prompt given to the constructor, which may be null.
+    /// Returns the prompt that the client was made with, which may be null.
     std::shared_ptr<httpclient_core::ProxyCredentialPrompt> proxyCredentialPrompt(
         const httpclient_core::HttpResponse& response,
         const std::exception_ptr& error) const override;
