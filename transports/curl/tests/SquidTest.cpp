@@ -142,8 +142,7 @@ TEST_P(SquidTest, OpensTunnelsWithTheCredentialsOfTheProxyUrl) {
     CertificateAuthority authority;
     const TlsServer server(authority.issue("IP:127.0.0.1"));
     TestClient client;
-    client->setClientConfiguration(
-        through(withLogin(squid)).withCertificateFile(authority.file()));
+    client->setClientConfiguration(through(withLogin(squid)).withCertificateFile(authority.file()));
     for (int i = 0; i < 3; ++i) {
         const Outcome outcome = client.get(server.url("127.0.0.1"), road());
         ASSERT_EQ(outcome.error, nullptr) << outcome.message();
