@@ -251,6 +251,12 @@ void Exchange::configureBody(CURL* easy) {
     setOption(easy, CURLOPT_READDATA, this);
     setOption(easy, CURLOPT_SEEKFUNCTION, &Exchange::seekCallback);
     setOption(easy, CURLOPT_SEEKDATA, this);
+    if (mayHaveSideEffects(method_) && url_->origin().scheme == "https") {
+        // The only way to learn why libcurl is about to send a request again.
+        setOption(easy, CURLOPT_DEBUGFUNCTION, &Exchange::debugCallback);
+        setOption(easy, CURLOPT_DEBUGDATA, this);
+        setOption(easy, CURLOPT_VERBOSE, 1L);
+    }
 }
 
 // ---- callbacks of libcurl: nothing may be thrown through it
@@ -340,6 +346,17 @@ int Exchange::seekCallback(void* self, curl_off_t offset, int origin) {
     return result;
 }
 
+int Exchange::debugCallback(CURL* /*easy*/,
+                            curl_infotype type,
+                            char* data,
+                            std::size_t size,
+                            void* self) {
+    if (type == CURLINFO_TEXT) {
+        static_cast<Exchange*>(self)->hop_->stream.addText({data, size});
+    }
+    return 0;
+}
+
 void Exchange::onHeader(std::string_view line) {
     hop_->answered = true;
     hop_->headerBytes += static_cast<std::int64_t>(line.size());
@@ -364,6 +381,11 @@ void Exchange::onBlock() {
     const bool toConnect = info<long>(handle(), CURLINFO_RESPONSE_CODE) == 0;
     if (hop_->pass.has_value()) {
         hop_->pass->onAnswer(block, toConnect);
+        if (hop_->pass->isRefused() && upload_.has_value()) {
+            // squid never reads the body that it refused, but keeps the connection open: a request that
+            // came after it would wait for ever.
+            setOption(handle(), CURLOPT_FORBID_REUSE, 1L);
+        }
     }
     if (toConnect) {
         hop_->connectBlock = block;
@@ -515,7 +537,8 @@ std::size_t Exchange::onRead(char* buffer, std::size_t size) {
 int Exchange::onSeek() {
     // A connection that was reused and died may have carried the whole request; only the caller knows
     // whether it may be sent twice. With an answer on record libcurl repeats for a proxy login.
-    if (mayHaveSideEffects(method_) && !hop_->answered) {
+    // Nothing was done either with a stream that an HTTP/2 server refused.
+    if (mayHaveSideEffects(method_) && !hop_->answered && !hop_->stream.wasRefused()) {
         return CURL_SEEKFUNC_FAIL;
     }
     return !upload_.has_value() || upload_->rewind() ? CURL_SEEKFUNC_OK : CURL_SEEKFUNC_FAIL;

@@ -11,6 +11,7 @@
 #include "RequestRecord.h"
 #include "ResponseFraming.h"
 #include "ResumeGuard.h"
+#include "StreamWatch.h"
 #include "TransferError.h"
 #include "TransferSettings.h"
 #include "TransferShares.h"
@@ -89,6 +90,7 @@ private:
         EasyHandle easy;
         std::optional<ProxyPass> pass;  ///< None for a direct connection.
         Deadlines deadlines;
+        StreamWatch stream;
         HeaderBlock block;
         HeaderBlock connectBlock;  ///< The proxy's last answer to CONNECT.
         std::int64_t headerBytes = 0;
@@ -161,6 +163,11 @@ private:
                              void* self);
     static std::size_t readCallback(char* data, std::size_t size, std::size_t count, void* self);
     static int seekCallback(void* self, curl_off_t offset, int origin);
+    static int debugCallback(CURL* easy,
+                             curl_infotype type,
+                             char* data,
+                             std::size_t size,
+                             void* self);
 
     core::HttpRequest& request_;
     core::HttpResponse& response_;

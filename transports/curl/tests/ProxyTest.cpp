@@ -1,6 +1,8 @@
 #include "TestClient.h"
 
+#include <atomic>
 #include <optional>
+#include <thread>
 
 namespace foundation::httpclient_curl::testing {
 namespace {
@@ -152,6 +154,157 @@ TEST_P(ProxyTest, OtherRefusalsOfATunnelAreFailures) {
               "GET https://somewhere.invalid/: Proxy refused the tunnel: 403 Never");
     ASSERT_EQ(attempts.size(), 1U);
     EXPECT_EQ(attempts[0].code, HttpResponseCode::RequestNotMade);
+}
+
+TEST_P(ProxyTest, CredentialsAreSentAtOnceWhereTheProxyIsKnownToTakeBasic) {
+    LoopbackServer proxy(answerAsProxy);
+    TestClient client(
+        std::make_shared<ScriptedPrompt>(std::vector<ProxyCredentials>{{"user", "right"}}));
+    client->setClientConfiguration(through(proxy));
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(client.get("http://somewhere.invalid/", GetParam()).body(), "through");
+    }
+    // Refused, refused again for the core, accepted, and then two more.
+    EXPECT_EQ(proxy.requestCount(), 5);
+}
+
+TEST_P(ProxyTest, StoredCredentialsServeWithoutAQuestion) {
+    LoopbackServer proxy(answerAsProxy);
+    auto prompt = std::make_shared<ScriptedPrompt>(std::vector<ProxyCredentials>());
+    TestClient client(prompt);
+    client->setClientConfiguration(through(proxy));
+    client->proxyCredentialStore()->storeCredentials("127.0.0.1:" + std::to_string(proxy.port()),
+                                                     "user:right");
+    EXPECT_EQ(client.get("http://somewhere.invalid/", GetParam()).body(), "through");
+    EXPECT_TRUE(prompt->questions.empty());
+}
+
+TEST_P(ProxyTest, TheUserHasTheTimeOfTheConfiguration) {
+    LoopbackServer proxy(answerAsProxy);
+    auto prompt =
+        std::make_shared<ScriptedPrompt>(std::vector<ProxyCredentials>{{"user", "right"}});
+    TestClient client(prompt);
+    ClientConfiguration configuration = through(proxy);
+    Access::setCredentialPromptTimeoutMs(configuration, 4321);
+    client->setClientConfiguration(configuration);
+    EXPECT_EQ(client.get("http://somewhere.invalid/", GetParam()).body(), "through");
+    EXPECT_EQ(prompt->questions, (std::vector<std::string>{"0 3 4321"}));
+}
+
+TEST_P(ProxyTest, ARefusalWithoutAProxyAsksNobody) {
+    // It even claims to come from a proxy.
+    LoopbackServer server([](const ReceivedRequest&, Connection& connection) {
+        connection.sendResponse(407, "Who",
+                                {{"Proxy-Authenticate", "Basic realm=\"x\""},
+                                 {"QZ-Internal-Proxy-Info", "127.0.0.1:1"},
+                                 {"qz-internal-proxy-generation", "7"}},
+                                "login");
+    });
+    auto prompt =
+        std::make_shared<ScriptedPrompt>(std::vector<ProxyCredentials>{{"user", "right"}});
+    TestClient client(prompt);
+    client->setClientConfiguration(plainConfiguration());
+    const Outcome outcome = client.get(server.url(), GetParam());
+    ASSERT_EQ(outcome.error, nullptr) << outcome.message();
+    EXPECT_EQ(outcome.code(), HttpResponseCode::ProxyAuthenticationRequired);
+    EXPECT_TRUE(prompt->questions.empty());
+    for (const auto& [name, value] : outcome.response.getHeaders()) {
+        EXPECT_FALSE(name.starts_with("QZ") || name.starts_with("qz")) << name;
+    }
+    for (const ReceivedRequest& request : server.requests()) {
+        EXPECT_FALSE(request.hasHeader("Proxy-Authorization"));
+    }
+}
+
+TEST_P(ProxyTest, AProxyCannotForgeTheTransportsOwnFields) {
+    LoopbackServer proxy([](const ReceivedRequest&, Connection& connection) {
+        connection.sendResponse(407, "Who",
+                                {{"Proxy-Authenticate", "Basic realm=\"x\""},
+                                 {"QZ-Internal-Proxy-Info", "bank.test:1"}});
+    });
+    auto prompt =
+        std::make_shared<ScriptedPrompt>(std::vector<ProxyCredentials>{{"user", "wrong"}});
+    TestClient client(prompt);
+    client->setClientConfiguration(through(proxy));
+    const Outcome outcome = client.get("http://somewhere.invalid/", GetParam());
+    const std::string info = "127.0.0.1:" + std::to_string(proxy.port());
+    EXPECT_EQ(outcome.response.getHeaderValue("QZ-Internal-Proxy-Info"), info);
+    EXPECT_EQ(client->proxyCredentialStore()->credentialsFor(info), "user:wrong");
+    EXPECT_FALSE(client->proxyCredentialStore()->credentialsFor("bank.test:1").has_value());
+}
+
+TEST_P(ProxyTest, TheCallersProxyFieldsGoNowhere) {
+    LoopbackServer proxy([](const ReceivedRequest&, Connection& connection) {
+        connection.sendResponse(200, "OK", {}, "through");
+    });
+    TestClient client;
+    client->setClientConfiguration(through(proxy));
+    HttpRequest request(HttpMethod::GET, "http://somewhere.invalid/",
+                        {{"Proxy-Authorization", "Basic c2VjcmV0"}, {"Proxy-Connection", "x"}});
+    EXPECT_EQ(client.run(std::move(request), GetParam()).body(), "through");
+    EXPECT_FALSE(proxy.requests().front().hasHeader("Proxy-Authorization"));
+    EXPECT_NE(proxy.requests().front().header("Proxy-Connection"), "x");
+}
+
+TEST_P(ProxyTest, CredentialsOfOneProxyAreNotShownToAnother) {
+    LoopbackServer first(answerAsProxy);
+    LoopbackServer second(answerAsProxy);
+    TestClient client(
+        std::make_shared<ScriptedPrompt>(std::vector<ProxyCredentials>{{"user", "right"}}));
+    client->setClientConfiguration(through(first));
+    EXPECT_EQ(client.get("http://somewhere.invalid/", GetParam()).body(), "through");
+    client->setClientConfiguration(through(second));
+    EXPECT_EQ(client.get("http://somewhere.invalid/", GetParam()).code(),
+              HttpResponseCode::ProxyAuthenticationRequired);
+    for (const ReceivedRequest& request : second.requests()) {
+        EXPECT_FALSE(request.hasHeader("Proxy-Authorization"));
+    }
+}
+
+TEST_P(ProxyTest, AUserNameWithALineBreakIsRefused) {
+    LoopbackServer proxy(answerAsProxy);
+    TestClient client(
+        std::make_shared<ScriptedPrompt>(std::vector<ProxyCredentials>{{"a\r\nX: y", "p"}}));
+    client->setClientConfiguration(through(proxy));
+    const Outcome outcome = client.get("http://somewhere.invalid/", GetParam());
+    EXPECT_EQ(outcome.message(), "The user name for the proxy holds a line break or a NUL");
+}
+
+TEST_P(ProxyTest, OtherSchemesOfProxiesAreRefused) {
+    TestClient client;
+    ClientConfiguration configuration = plainConfiguration();
+    Access::setProxyUrl(configuration, "ftp://127.0.0.1:1");
+    client->setClientConfiguration(configuration);
+    EXPECT_EQ(client.get("http://somewhere.invalid/", GetParam()).message(),
+              "The scheme of the proxy is not supported");
+}
+
+// A slow prompt, so that the other refusals arrive while it is open.
+class SlowPrompt final : public ProxyCredentialPrompt {
+public:
+    std::optional<ProxyCredentials> promptForCredentials(bool, int, std::int64_t) override {
+        ++asked;
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));
+        return ProxyCredentials("user", "right");
+    }
+    std::atomic<int> asked{0};
+};
+
+TEST_P(ProxyTest, SixtyFourParallelRefusalsAskOnce) {
+    LoopbackServer proxy(answerAsProxy);
+    const auto prompt = std::make_shared<SlowPrompt>();
+    TestClient client(prompt);
+    client->setClientConfiguration(through(proxy).withMaxThreads(4).withMaxRequestsPerThread(16));
+    std::vector<std::future<Outcome>> outcomes;
+    for (int i = 0; i < 64; ++i) {
+        outcomes.push_back(std::async(std::launch::async, [&] {
+            return client.get("http://somewhere.invalid/", GetParam());
+        }));
+    }
+    for (auto& outcome : outcomes) {
+        EXPECT_EQ(outcome.get().body(), "through");
+    }
+    EXPECT_EQ(prompt->asked, 1);
 }
 
 TEST(ProxyEnvironmentTest, UsesTheProxyOfTheEnvironmentAsItWasAtTheStart) {

@@ -1,0 +1,264 @@
+#include <foundation/httpclient_curl/TerminalCredentialPrompt.h>
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <chrono>
+#include <csignal>
+#include <functional>
+#include <optional>
+#include <poll.h>
+#include <pty.h>
+#include <string>
+#include <string_view>
+#include <sys/wait.h>
+#include <termios.h>
+#include <unistd.h>
+
+namespace foundation::httpclient_curl::testing {
+namespace {
+
+std::string answerText(bool failedBefore, int remaining, std::int64_t timeoutMs) {
+    TerminalCredentialPrompt prompt;
+    const auto answer = prompt.promptForCredentials(failedBefore, remaining, timeoutMs);
+    return answer.has_value() ? "<" + answer->username() + "|" + answer->password() + ">"
+                              : "declined";
+}
+
+// A process of its own at a terminal of its own, which asks once. The test is the user.
+class Session {
+public:
+    explicit Session(std::int64_t timeoutMs = 20000, bool failedBefore = false) {
+        std::array<int, 2> ends{};
+        EXPECT_EQ(::pipe(ends.data()), 0);
+        pid_ = ::forkpty(&terminal_, nullptr, nullptr, nullptr);
+        if (pid_ == 0) {
+            ::signal(SIGINT, SIG_DFL);
+            const std::string text = answerText(failedBefore, 2, timeoutMs);
+            const ssize_t written = ::write(ends[1], text.data(), text.size());
+            ::_exit(written == static_cast<ssize_t>(text.size()) ? 0 : 1);
+        }
+        ::close(ends[1]);
+        result_ = ends[0];
+        EXPECT_EQ(::tcgetattr(terminal_, &former_), 0);
+    }
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
+    ~Session() {
+        if (pid_ > 0) {
+            ::kill(pid_, SIGKILL);
+            ::waitpid(pid_, nullptr, 0);
+        }
+        if (terminal_ >= 0) {
+            ::close(terminal_);
+        }
+        ::close(result_);
+    }
+
+    // Waits until the terminal shows the text; gives all that it has shown so far.
+    std::string waitFor(std::string_view text) {
+        while (screen_.find(text) == std::string::npos && readMore(terminal_, screen_)) {
+        }
+        EXPECT_NE(screen_.find(text), std::string::npos) << screen_;
+        return screen_;
+    }
+    void type(std::string_view keys) const {
+        EXPECT_EQ(::write(terminal_, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
+    }
+    void hangUp() {
+        ::close(terminal_);
+        terminal_ = -1;
+    }
+    // What the process was answered. The terminal must be as it was before.
+    std::string result() {
+        std::string text;
+        while (readMore(result_, text)) {
+        }
+        ::waitpid(pid_, &status_, 0);
+        pid_ = -1;
+        if (terminal_ >= 0) {
+            termios settings{};
+            EXPECT_EQ(::tcgetattr(terminal_, &settings), 0);
+            EXPECT_EQ(settings.c_lflag, former_.c_lflag);
+            EXPECT_EQ(settings.c_iflag, former_.c_iflag);
+        }
+        return text;
+    }
+    int status() const { return status_; }
+    bool isEchoing() const {
+        termios settings{};
+        EXPECT_EQ(::tcgetattr(terminal_, &settings), 0);
+        return (settings.c_lflag & ECHO) != 0;
+    }
+    std::string screen() {
+        while (readMore(terminal_, screen_, 0)) {
+        }
+        return screen_;
+    }
+
+private:
+    static bool readMore(int file, std::string& text, int timeoutMs = 20000) {
+        pollfd watched{file, POLLIN, 0};
+        std::array<char, 256> chunk{};
+        if (::poll(&watched, 1, timeoutMs) <= 0) {
+            return false;
+        }
+        const ssize_t got = ::read(file, chunk.data(), chunk.size());
+        text.append(chunk.data(), got > 0 ? static_cast<std::size_t>(got) : 0);
+        return got > 0;
+    }
+
+    pid_t pid_ = -1;
+    int terminal_ = -1;
+    int result_ = -1;
+    int status_ = 0;
+    termios former_{};
+    std::string screen_;
+};
+
+const char* const namePrompt = "User name for the proxy: ";
+const char* const passwordPrompt = "Password for the proxy: ";
+
+TEST(TerminalCredentialPromptTest, AsksForNameAndPasswordAndShowsOnlyTheName) {
+    Session session;
+    session.waitFor(namePrompt);
+    EXPECT_FALSE(session.isEchoing());
+    session.type("ann\n");
+    session.waitFor(passwordPrompt);
+    session.type("se:cret\n");
+    EXPECT_EQ(session.result(), "<ann|se:cret>");
+    EXPECT_EQ(session.screen(), "User name for the proxy: ann\r\nPassword for the proxy: \r\n");
+}
+
+TEST(TerminalCredentialPromptTest, TellsWhatFailedBefore) {
+    Session session(20000, true);
+    const std::string screen = session.waitFor(namePrompt);
+    EXPECT_TRUE(screen.starts_with("The proxy refused that. Attempts left: 2\r\n")) << screen;
+    session.type("a\n");
+    session.waitFor(passwordPrompt);
+    session.type("b\r");
+    EXPECT_EQ(session.result(), "<a|b>");
+}
+
+TEST(TerminalCredentialPromptTest, LinesCanBeEdited) {
+    Session session;
+    session.waitFor(namePrompt);
+    session.type(
+        "x\x7Fwrong\x15"
+        "an\xC3\xA4\x7Fn\x04\x1B\n");
+    session.waitFor(passwordPrompt);
+    session.type("\x7Fsecrex\bt\n");
+    EXPECT_EQ(session.result(), "<ann|secret>");
+}
+
+TEST(TerminalCredentialPromptTest, AcceptsAnEmptyNameAndPassword) {
+    Session session;
+    session.waitFor(namePrompt);
+    session.type("\n");
+    session.waitFor(passwordPrompt);
+    session.type("\n");
+    EXPECT_EQ(session.result(), "<|>");
+}
+
+TEST(TerminalCredentialPromptTest, TakesALimitedNumberOfBytes) {
+    Session session;
+    session.waitFor(namePrompt);
+    session.type("ann\n");
+    session.waitFor(passwordPrompt);
+    // Less than the terminal holds at a time.
+    session.type(std::string(2000, 'x') + "\n");
+    EXPECT_EQ(session.result(), "<ann|" + std::string(1024, 'x') + ">");
+}
+
+TEST(TerminalCredentialPromptTest, EndOfFileDeclines) {
+    Session atName;
+    atName.waitFor(namePrompt);
+    atName.type("\x04");
+    EXPECT_EQ(atName.result(), "declined");
+    Session atPassword;
+    atPassword.waitFor(namePrompt);
+    atPassword.type("ann\n");
+    atPassword.waitFor(passwordPrompt);
+    atPassword.type("\x04");
+    EXPECT_EQ(atPassword.result(), "declined");
+}
+
+TEST(TerminalCredentialPromptTest, TheEndOfTheTimeDeclines) {
+    Session session(300);
+    session.waitFor(namePrompt);
+    session.type("ann\n");
+    session.waitFor(passwordPrompt);
+    session.type("half");
+    EXPECT_EQ(session.result(), "declined");
+}
+
+TEST(TerminalCredentialPromptTest, CtrlCRestoresTheTerminalAndEndsTheProcess) {
+    Session session;
+    session.waitFor(namePrompt);
+    session.type("ann\n");
+    session.waitFor(passwordPrompt);
+    session.type("half\x03");
+    EXPECT_EQ(session.result(), "");
+    EXPECT_TRUE(WIFSIGNALED(session.status()));
+    EXPECT_EQ(WTERMSIG(session.status()), SIGINT);
+}
+
+TEST(TerminalCredentialPromptTest, ATerminalThatIsGoneDeclines) {
+    // Its end sends SIGHUP, which would end the process before it can tell.
+    ::signal(SIGHUP, SIG_IGN);
+    Session session;
+    session.waitFor(namePrompt);
+    session.hangUp();
+    EXPECT_EQ(session.result(), "declined");
+    ::signal(SIGHUP, SIG_DFL);
+}
+
+// Runs in a process without a terminal, or in the background of one.
+std::string answerApart(const std::function<void()>& prepare) {
+    std::array<int, 2> ends{};
+    EXPECT_EQ(::pipe(ends.data()), 0);
+    const pid_t child = ::fork();
+    if (child == 0) {
+        prepare();
+        const std::string text = answerText(false, 3, 20000);
+        const ssize_t written = ::write(ends[1], text.data(), text.size());
+        ::_exit(written > 0 ? 0 : 1);
+    }
+    ::close(ends[1]);
+    std::string text;
+    std::array<char, 64> chunk{};
+    for (ssize_t got = 0; (got = ::read(ends[0], chunk.data(), chunk.size())) > 0;) {
+        text.append(chunk.data(), static_cast<std::size_t>(got));
+    }
+    ::close(ends[0]);
+    ::waitpid(child, nullptr, 0);
+    return text;
+}
+
+TEST(TerminalCredentialPromptTest, WithoutATerminalItDeclines) {
+    EXPECT_EQ(answerApart([] { ::setsid(); }), "declined");
+}
+
+TEST(TerminalCredentialPromptTest, InTheBackgroundItDeclines) {
+    int terminal = -1;
+    std::array<int, 2> ends{};
+    ASSERT_EQ(::pipe(ends.data()), 0);
+    const pid_t child = ::forkpty(&terminal, nullptr, nullptr, nullptr);
+    if (child == 0) {
+        // The leader of the session stays in the foreground, its child leaves it.
+        const std::string text = answerApart([] { ::setpgid(0, 0); });
+        const ssize_t written = ::write(ends[1], text.data(), text.size());
+        ::_exit(written > 0 ? 0 : 1);
+    }
+    ::close(ends[1]);
+    std::array<char, 64> chunk{};
+    const ssize_t got = ::read(ends[0], chunk.data(), chunk.size());
+    EXPECT_EQ(std::string_view(chunk.data(), got > 0 ? static_cast<std::size_t>(got) : 0),
+              "declined");
+    ::waitpid(child, nullptr, 0);
+    ::close(ends[0]);
+    ::close(terminal);
+}
+
+}  // namespace
+}  // namespace foundation::httpclient_curl::testing
