@@ -103,7 +103,9 @@ private:
     std::vector<Worker*> workers_;
 };
 
-Engine::Engine(CurlClientOptions options) : options_(std::move(options)) {}
+Engine::Engine(CurlClientOptions options) : options_(std::move(options)) {
+    executor_->onStall([this] { return replaceLateThreads(); });
+}
 Engine::~Engine() = default;
 
 Exchange::Shared Engine::shared() {
@@ -340,7 +342,26 @@ void Engine::attemptsEnded(Worker& worker, std::vector<AttemptPointer> attempts)
     }
     // Held here: a task may end the engine before this returns.
     const std::shared_ptr<Executor> executor = executor_;
-    executor->post(std::move(tasks));
+    executor->runOrPost(std::move(tasks));
+}
+
+void Engine::workerEnds(Worker& worker) {
+    const std::lock_guard lock(mutex_);
+    worker.hasEnded = true;
+    changed_.notify_all();
+}
+
+bool Engine::replaceLateThreads() {
+    const Clock::time_point now = Clock::now();
+    const std::lock_guard lock(mutex_);
+    bool any = false;
+    for (const auto& worker : workers_) {
+        try {
+            any = worker->replaceLateThread(now) || any;
+        } catch (const std::system_error&) {  // NOLINT(bugprone-empty-catch): tried again soon
+        }
+    }
+    return any;
 }
 
 Executor::Task Engine::completion(AttemptPointer attempt, std::exception_ptr error) {
@@ -468,9 +489,7 @@ void Engine::closeIdleConnections() {
 void Engine::shutdown() {
     {
         const std::lock_guard lock(mutex_);
-        const bool onWorker = std::any_of(workers_.begin(), workers_.end(),
-                                          [](const auto& worker) { return worker->runsHere(); });
-        if (onWorker) {
+        if (Worker::isTransferring(*this)) {
             core::coreChannel().log(core::SEVERITY_ERROR, [](std::ostream& os) {
                 os << "A client was destroyed by a callback of one of its own transfers.";
             });
@@ -479,14 +498,24 @@ void Engine::shutdown() {
         stopping_ = true;
     }
     cancelAll();
-    // No worker is added any more, so the list may be walked without the lock.
-    for (const auto& worker : workers_) {
-        worker->join();
+    {
+        std::unique_lock lock(mutex_);
+        changed_.wait(lock, [this] {
+            return std::all_of(workers_.begin(), workers_.end(),
+                               [](const auto& worker) { return worker->hasEnded; });
+        });
     }
     executor_->drain();
     {
         std::unique_lock lock(mutex_);
         changed_.wait(lock, [this] { return syncRecords_.empty() && syncSends_.empty(); });
+    }
+    // No worker is added any more, so the list may be walked without the lock.
+    for (const auto& worker : workers_) {
+        worker->join();
+    }
+    {
+        const std::lock_guard lock(mutex_);
         workers_.clear();
     }
     executor_->stop();

@@ -73,7 +73,10 @@ public:
         bool end = false;
     };
     WorkerOrders ordersFor(Worker& worker);
+    /// Runs handlers here or elsewhere; the engine may be gone when it returns.
     void attemptsEnded(Worker& worker, std::vector<AttemptPointer> attempts);
+    void workerEnds(Worker& worker);
+    Executor& executor() noexcept { return *executor_; }
 
 private:
     using Records = std::unordered_map<unsigned long, std::shared_ptr<RequestRecord>>;
@@ -93,6 +96,7 @@ private:
     void dispatch(Wakeups& wakeups);
     Worker* freeWorker();
     void releaseDue(Clock::time_point now, Wakeups& wakeups);
+    bool replaceLateThreads();
     void callWorkers(Wakeups& wakeups);
     void wakeAll(Wakeups& wakeups);
     Executor::Task completion(AttemptPointer attempt, std::exception_ptr error);

@@ -14,15 +14,16 @@ constexpr std::chrono::milliseconds longestWait(5);
 constexpr std::chrono::milliseconds watchTime(20);
 constexpr std::chrono::seconds eagerTime(1);
 
-// The executor whose task the thread runs, or null.
+// The executor whose tasks the thread runs, or null, and how many: one may be inside the other.
 constinit thread_local const Executor* current = nullptr;
+constinit thread_local std::size_t depth = 0;
 
 }  // namespace
 
 Executor::~Executor() = default;
 
-bool Executor::runsHere() const {
-    return current == this;
+std::size_t Executor::tasksHere() const {
+    return current == this ? depth : 0;
 }
 
 void Executor::post(Task task) {
@@ -45,13 +46,73 @@ void Executor::post(std::vector<Task> tasks) {
     if (threads_.empty()) {
         addThread();
     }
-    const Clock::time_point now = Clock::now();
-    for (Task& task : tasks) {
-        tasks_.push_back({std::move(task), now});
-    }
+    push(std::move(tasks), Clock::now());
     const Calls calls = provideThreads();
     lock.unlock();
     notify(calls);
+}
+
+void Executor::push(std::vector<Task> tasks, Clock::time_point now) {
+    for (Task& task : tasks) {
+        tasks_.push_back({std::move(task), now});
+    }
+    lastPost_ = now;
+}
+
+void Executor::runOrPost(std::vector<Task> tasks) {
+    std::unique_lock lock(mutex_);
+    const Clock::time_point now = Clock::now();
+    // Where little happens, a watching thread would be woken more often than one for each task.
+    const bool isSteady = now - lastPost_ < longestWait;
+    Calls calls;
+    if (stopping_ || now < eagerUntil_ || !isSteady || !isWatched(calls)) {
+        lock.unlock();
+        notify(calls);
+        post(std::move(tasks));
+        return;
+    }
+    std::size_t most = tasks.size();
+    push(std::move(tasks), now);
+    watchUntil_ = now + watchTime;
+    ++visiting_;
+    const Executor* const former = std::exchange(current, this);
+    const std::size_t formerDepth = std::exchange(depth, former == this ? depth : 0);
+    if (calls.sleepers > 0 || calls.watcher) {
+        lock.unlock();
+        notify(calls);
+        lock.lock();
+    }
+    for (; most > 0 && !tasks_.empty(); --most) {
+        runTask(lock);
+    }
+    current = former;
+    depth = formerDepth;
+    --visiting_;
+}
+
+void Executor::postUrgent(Task task) {
+    Calls calls;
+    {
+        const std::lock_guard lock(mutex_);
+        tasks_.push_front({std::move(task), Clock::now()});
+        if (sleeping_ > called_) {
+            callThread(calls);
+        } else {
+            // Beyond the limit too: what the other threads do may depend on it.
+            try {
+                addThread();
+            } catch (const std::system_error&) {
+                tasks_.pop_front();
+                throw;
+            }
+        }
+    }
+    notify(calls);
+}
+
+// Whether a thread watches or is about to.
+bool Executor::isWatched(Calls& calls) {
+    return watching_ || onTheWay() > 0 || callThread(calls);
 }
 
 // Every task that waits has a thread on its way to it or one that watches over the wait. Called whenever
@@ -70,7 +131,7 @@ Executor::Calls Executor::provideThreads() {
     if (onTheWay() > 0) {
         return calls;
     }
-    if (resting() < threads_.size()) {
+    if (visiting_ > 0 || resting() < threads_.size()) {
         watchUntil_ = now + watchTime;
         if (watching_) {
             return calls;
@@ -104,7 +165,7 @@ bool Executor::callThread(Calls& calls) {
         ++calls.sleepers;
         return true;
     }
-    if (watching_ && !watcherCalled_) {
+    if (watching_ && !watcherCalled_ && visiting_ == 0) {
         watcherCalled_ = true;
         calls.watcher = true;
         return true;
@@ -138,7 +199,9 @@ void Executor::run(Threads::iterator self) {
     std::unique_lock lock(mutex_);
     --starting_;
     for (;;) {
-        if (!tasks_.empty()) {
+        if (needsWatcher() && !stopping_) {
+            watch(lock);
+        } else if (!tasks_.empty()) {
             runTask(lock);
         } else if (stopping_) {
             break;
@@ -161,12 +224,14 @@ void Executor::runTask(std::unique_lock<std::mutex>& lock) {
     const Calls calls = provideThreads();
     lock.unlock();
     notify(calls);
+    ++depth;
     try {
         task();
     } catch (...) {  // NOLINT(bugprone-empty-catch): nobody is there to hear of it
     }
     // What the task held goes before the task counts as done, and outside the lock.
     task = nullptr;
+    --depth;
     lock.lock();
     --running_;
     quiet_.notify_all();
@@ -174,12 +239,28 @@ void Executor::runTask(std::unique_lock<std::mutex>& lock) {
 
 void Executor::watch(std::unique_lock<std::mutex>& lock) {
     watching_ = true;
-    watch_.wait_for(lock, longestWait, [this] { return stopping_ || watcherCalled_; });
+    Clock::time_point now;
+    bool stalls = false;
+    do {
+        watch_.wait_for(lock, longestWait, [this] { return stopping_ || watcherCalled_; });
+        now = Clock::now();
+        stalls = !tasks_.empty() && now - tasks_.front().since >= longestWait;
+        if (lookForStall_ && !stopping_) {
+            lock.unlock();
+            const bool found = lookForStall_();
+            lock.lock();
+            stalls = stalls || found;
+        }
+        // The look is as old as `now`, so that nothing which waits since is forgotten.
+    } while (!stalls && !stopping_ && !watcherCalled_ && (now < watchUntil_ || visiting_ > 0));
     watching_ = false;
     watcherCalled_ = false;
-    const Clock::time_point now = Clock::now();
-    if (!tasks_.empty() && now - tasks_.front().since >= longestWait) {
+    if (stalls) {
         eagerUntil_ = now + eagerTime;
+        const Calls calls = provideThreads();
+        lock.unlock();
+        notify(calls);
+        lock.lock();
     }
 }
 
@@ -210,7 +291,7 @@ void Executor::joinFinished(std::unique_lock<std::mutex>& lock) {
 
 void Executor::drain() {
     std::unique_lock lock(mutex_);
-    const std::size_t own = runsHere() ? 1 : 0;
+    const std::size_t own = tasksHere();
     quiet_.wait(lock, [&] { return tasks_.empty() && running_ <= own; });
 }
 

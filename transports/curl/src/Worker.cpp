@@ -6,21 +6,66 @@
 #include <utility>
 
 namespace foundation::httpclient_curl {
+namespace {
+
+constexpr std::chrono::milliseconds longestAbsence(5);
+
+// The engine one of whose transfers the thread is in, or null.
+constinit thread_local const Engine* transferringFor = nullptr;
+
+}  // namespace
 
 Worker::Worker(Engine& engine, long maxConnections)
     : engine_(engine), driver_(maxConnections), thread_([this] { run(); }) {}
 
 Worker::~Worker() = default;
 
+void Worker::join() {
+    if (thread_.get_id() == std::this_thread::get_id()) {
+        thread_.detach();
+    } else {
+        thread_.join();
+    }
+}
+
+bool Worker::isTransferring(const Engine& engine) {
+    return transferringFor == &engine;
+}
+
+bool Worker::replaceLateThread(Clock::time_point now) {
+    Clock::rep since = *awaySince_;
+    if (since == 0 || now.time_since_epoch() - Clock::duration(since) < longestAbsence) {
+        return false;
+    }
+    engine_.executor().postUrgent([this, awaySince = awaySince_, since]() mutable {
+        // Unless the thread has come back meanwhile.
+        if (awaySince->compare_exchange_strong(since, 0)) {
+            run();
+        }
+    });
+    return true;
+}
+
 void Worker::run() {
+    // Kept here: when handlers end the client, the worker may be gone when they return.
+    const std::shared_ptr<AwaySince> awaySince = awaySince_;
     for (;;) {
-        const bool isDue = nextTimer_ <= Exchange::Clock::now();
-        if ((hasOrders_.exchange(false) || isDue) && !followOrders()) {
+        const bool isDue = nextTimer_ <= Clock::now();
+        const Engine* const former = std::exchange(transferringFor, &engine_);
+        const bool goesOn = !(hasOrders_.exchange(false) || isDue) || followOrders();
+        const std::vector<Exchange*> ended = goesOn ? driver_.turn() : std::vector<Exchange*>();
+        transferringFor = former;
+        if (!goesOn) {
+            engine_.workerEnds(*this);
             return;
         }
-        const std::vector<Exchange*> ended = driver_.turn();
         if (!ended.empty()) {
+            Clock::rep now = Clock::now().time_since_epoch().count();
+            *awaySince = now;
             engine_.attemptsEnded(*this, takeOut(ended));
+            if (!awaySince->compare_exchange_strong(now, 0)) {
+                return;
+            }
         }
         if (!hasOrders_) {
             driver_.wait(nextTimer_);
