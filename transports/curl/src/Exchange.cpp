@@ -253,8 +253,6 @@ void Exchange::configureBody(CURL* easy) {
     setOption(easy, CURLOPT_SEEKDATA, this);
     if (mayHaveSideEffects(method_) && url_->origin().scheme == "https") {
         // The only way to learn why libcurl is about to send a request again.
-        setOption(easy, CURLOPT_DEBUGFUNCTION, &Exchange::debugCallback);
-        setOption(easy, CURLOPT_DEBUGDATA, this);
         setOption(easy, CURLOPT_VERBOSE, 1L);
     }
 }
@@ -320,9 +318,11 @@ int Exchange::debugCallback(CURL* /*easy*/,
                             char* data,
                             std::size_t size,
                             void* self) {
-    if (type == CURLINFO_DATA_IN) {
-        auto* exchange = static_cast<Exchange*>(self);
-        const std::string_view bytes(data, size);
+    auto* exchange = static_cast<Exchange*>(self);
+    const std::string_view bytes(data, size);
+    if (type == CURLINFO_TEXT) {
+        exchange->hop_->stream.addText(bytes);
+    } else if (type == CURLINFO_DATA_IN) {
         // What comes after a flaw meets its error: the bytes go no further.
         exchange->guarded([=] { exchange->onRawBody(bytes); });
     }
@@ -344,17 +344,6 @@ int Exchange::seekCallback(void* self, curl_off_t offset, int origin) {
         exchange->excused([&] { result = exchange->onSeek(); });
     }
     return result;
-}
-
-int Exchange::debugCallback(CURL* /*easy*/,
-                            curl_infotype type,
-                            char* data,
-                            std::size_t size,
-                            void* self) {
-    if (type == CURLINFO_TEXT) {
-        static_cast<Exchange*>(self)->hop_->stream.addText({data, size});
-    }
-    return 0;
 }
 
 void Exchange::onHeader(std::string_view line) {

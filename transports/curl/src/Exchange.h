@@ -163,11 +163,6 @@ private:
                              void* self);
     static std::size_t readCallback(char* data, std::size_t size, std::size_t count, void* self);
     static int seekCallback(void* self, curl_off_t offset, int origin);
-    static int debugCallback(CURL* easy,
-                             curl_infotype type,
-                             char* data,
-                             std::size_t size,
-                             void* self);
 
     core::HttpRequest& request_;
     core::HttpResponse& response_;
