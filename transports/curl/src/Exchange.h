@@ -9,6 +9,7 @@
 #include "RequestRecord.h"
 #include "ResponseFraming.h"
 #include "ResumeGuard.h"
+#include "TlsEnd.h"
 #include "TransferError.h"
 #include "TransferSettings.h"
 #include "TransferShares.h"
@@ -88,13 +89,14 @@ private:
         HeaderBlock connectBlock;  ///< The proxy's last answer to CONNECT.
         std::int64_t headerBytes = 0;
         std::int64_t swallowedBytes = 0;
+        TlsEnd tlsEnd;  ///< Of a body that ends with its connection.
         ChunkCheck chunks;
         bool isChunked = false;  ///< The body comes in chunks.
         bool inBlock = false;
-        bool answered = false;     ///< A byte of the answer has come.
-        bool undecided = false;    ///< The block is delivered unless libcurl repeats the request.
-        bool compares = false;     ///< The block is delivered once its body proved to continue ours.
-        bool redirects = false;    ///< The answer sends the client elsewhere; its body is dropped.
+        bool answered = false;   ///< A byte of the answer has come.
+        bool undecided = false;  ///< The block is delivered unless libcurl repeats the request.
+        bool compares = false;   ///< The block is delivered once its body proved to continue ours.
+        bool redirects = false;  ///< The answer sends the client elsewhere; its body is dropped.
         bool givesUpBody = false;  ///< Ended on purpose in a body that is dropped.
 
         /// The answer is for the transport, not for the caller.
@@ -116,6 +118,7 @@ private:
     bool guarded(Action&& action) noexcept;
     void onHeader(std::string_view line);
     void onBlock();
+    bool endsWithConnection(const HeaderBlock& block) const;
     void onRawBody(std::string_view data);
     [[noreturn]] void refuseAnswer(const std::string& flaw);
     void requireRoomFor(std::int64_t bytes) const;
