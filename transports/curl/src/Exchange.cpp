@@ -5,6 +5,7 @@
 #include "HeaderText.h"
 #include "InternalHeaders.h"
 #include "Redirects.h"
+#include "RetryClock.h"
 
 #include <foundation/httpclient_core/HttpRequestCancelledException.h>
 #include <foundation/httpclient_core/HttpRequestTimeoutException.h>
@@ -97,7 +98,7 @@ Exchange::~Exchange() = default;
 Exchange::Next Exchange::begin(HandlePool& handles) noexcept {
     handles_ = &handles;
     if (++history_.attempts == 1) {
-        history_.begun = Clock::now();
+        history_.begun = retryClock().now();
     }
     report_.attempt = history_.attempts;
     try {
@@ -398,6 +399,9 @@ void Exchange::onBlock() {
     if (hop_->dropsBody()) {
         return;
     }
+    if (endsWithConnection(block)) {
+        hop_->tlsEnd.watch(handle());
+    }
     if (settings_.followRedirects && isRedirect(code) && block.headers().hasHeader("Location")) {
         tooManyRedirects_ = redirects_ >= settings_.maxRedirects;
         if (!tooManyRedirects_) {
@@ -411,6 +415,13 @@ void Exchange::onBlock() {
     if (!hop_->undecided) {
         commit(block);
     }
+}
+
+bool Exchange::endsWithConnection(const HeaderBlock& block) const {
+    return method_ != HttpMethod::HEAD && !isChunked(block) && !declaredLength(block).has_value() &&
+           block.code() != HttpResponseCode::NoContent &&
+           block.code() != HttpResponseCode::NotModified &&
+           info<long>(handle(), CURLINFO_HTTP_VERSION) < CURL_HTTP_VERSION_2_0;
 }
 
 void Exchange::onRawBody(std::string_view data) {
@@ -656,6 +667,10 @@ void Exchange::succeed() {
     if (hop_->isChunked && !hop_->chunks.isComplete()) {
         guard_->distrust();
         throw HttpRequestFailedException("The chunked body ended before its last line");
+    }
+    if (hop_->tlsEnd.isMissing()) {
+        error_ = transferFailure("The connection ended without a word of the server", context());
+        return;
     }
     guard_->requireWhole();
     if (bodyBegun_ && !response_.getResponseBody().flush()) {
