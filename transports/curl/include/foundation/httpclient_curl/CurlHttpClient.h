@@ -85,8 +85,8 @@ public:
     /// Makes a client that asks `prompt` for proxy credentials; null asks nobody. The prompt is called on
     /// the thread of the request that needs it, for one request at a time: an answer serves all requests
     /// that the proxy refused before it was given, and a prompt that declines does so for all that wait for
-    /// it. It must not wait for another request of the same client. A cancelled request ends when its
-    /// prompt returns. The prompt's time is the client's setting `credentialPromptTimeoutMs`, 120000.
+    /// it. It must not wait for another request of the same client. A request that is cancelled while
+    /// another one asks ends at once, the one that asks when its prompt returns. The prompt's time is the client's setting `credentialPromptTimeoutMs`, 120000.
     /// @throws std::runtime_error "libcurl cannot be initialized: " and the reason.
     explicit CurlHttpClient(std::shared_ptr<httpclient_core::ProxyCredentialPrompt> prompt);
     /// Makes a client with these options.
