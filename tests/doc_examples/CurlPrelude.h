@@ -7,6 +7,7 @@
 
 #include <foundation/httpclient_curl/CurlHttpClient.h>
 #include <foundation/httpclient_curl/ResumingRetryStrategy.h>
+#include <foundation/httpclient_curl/TerminalCredentialPrompt.h>
 
 namespace foundation::httpclient_core::testing {
 

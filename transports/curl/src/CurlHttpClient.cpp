@@ -85,7 +85,12 @@ std::shared_ptr<core::ProxyCredentialStore> CurlHttpClient::proxyCredentialStore
 std::shared_ptr<core::ProxyCredentialPrompt> CurlHttpClient::proxyCredentialPrompt(
     const core::HttpResponse& response,
     const std::exception_ptr& /*error*/) const {
-    return prompt_ != nullptr ? std::make_shared<RequestPrompt>(prompt_, response) : nullptr;
+    if (prompt_ == nullptr) {
+        return nullptr;
+    }
+    const RequestScope* scope = RequestScope::current(*engine_);
+    return std::make_shared<RequestPrompt>(prompt_, response,
+                                           scope != nullptr ? scope->record() : nullptr);
 }
 
 TransferSettings CurlHttpClient::settingsFor(const core::HttpRequest& request) const {

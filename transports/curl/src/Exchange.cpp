@@ -371,7 +371,7 @@ void Exchange::onBlock() {
     const bool toConnect = info<long>(handle(), CURLINFO_RESPONSE_CODE) == 0;
     if (hop_->pass.has_value()) {
         hop_->pass->onAnswer(block, toConnect);
-        if (hop_->pass->isRefused() && upload_.has_value()) {
+        if (hop_->pass->isRefused() && (upload_.has_value() || sendsForm_)) {
             // squid never reads the body that it refused, but keeps the connection open: a request that
             // came after it would wait for ever.
             setOption(handle(), CURLOPT_FORBID_REUSE, 1L);

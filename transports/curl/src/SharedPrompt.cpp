@@ -2,7 +2,10 @@
 
 #include "InternalHeaders.h"
 
+#include <foundation/httpclient_core/HttpRequestCancelledException.h>
+
 #include <charconv>
+#include <chrono>
 #include <utility>
 
 namespace foundation::httpclient_curl {
@@ -11,40 +14,75 @@ SharedPrompt::SharedPrompt(std::shared_ptr<core::ProxyCredentialPrompt> prompt,
                            std::shared_ptr<CredentialStore> store)
     : prompt_(std::move(prompt)), store_(std::move(store)) {}
 
-std::uint64_t SharedPrompt::declinesOf(const std::string& proxyInfo) const {
-    const std::lock_guard lock(declinesMutex_);
-    const auto entry = declines_.find(proxyInfo);
-    return entry != declines_.end() ? entry->second : 0;
-}
+/// The right to ask, for as long as it lives.
+class SharedPrompt::Turn {
+public:
+    Turn(SharedPrompt& prompt,
+         std::unique_lock<std::mutex>& lock,
+         const std::atomic<bool>& cancelled)
+        : prompt_(prompt), lock_(lock) {
+        // Nobody signals a cancellation here, so it is looked for now and then.
+        constexpr std::chrono::milliseconds interval(20);
+        while (prompt_.isAsking_) {
+            if (cancelled) {
+                throw core::HttpRequestCancelledException();
+            }
+            prompt_.turnEnded_.wait_for(lock_, interval);
+        }
+        prompt_.isAsking_ = true;
+    }
+    Turn(const Turn&) = delete;
+    Turn& operator=(const Turn&) = delete;
+    ~Turn() {
+        if (!lock_.owns_lock()) {
+            lock_.lock();
+        }
+        prompt_.isAsking_ = false;
+        prompt_.turnEnded_.notify_all();
+    }
+
+private:
+    SharedPrompt& prompt_;
+    std::unique_lock<std::mutex>& lock_;
+};
 
 std::optional<core::ProxyCredentials> SharedPrompt::ask(const std::string& proxyInfo,
                                                         std::uint64_t refused,
                                                         bool previousAttemptFailed,
                                                         int remainingAttempts,
-                                                        std::int64_t timeoutMs) {
-    const std::uint64_t declinesBefore = declinesOf(proxyInfo);
-    const std::lock_guard lock(asking_);
+                                                        std::int64_t timeoutMs,
+                                                        const std::atomic<bool>& cancelled) {
+    std::unique_lock lock(mutex_);
+    std::uint64_t& declines = declines_[proxyInfo];
+    const std::uint64_t declinesBefore = declines;
+    const Turn turn(*this, lock, cancelled);
     const std::optional<ProxyLogin> kept = store_->loginFor(proxyInfo);
     if (kept.has_value() && kept->generation > refused) {
         return core::ProxyCredentials(kept->user, kept->password.text());
     }
-    if (declinesOf(proxyInfo) != declinesBefore) {
+    if (declines != declinesBefore) {
         return std::nullopt;
     }
+    lock.unlock();
     std::optional<core::ProxyCredentials> answer =
         prompt_->promptForCredentials(previousAttemptFailed, remainingAttempts, timeoutMs);
+    lock.lock();
     if (answer.has_value()) {
         store_->storeAnswer(proxyInfo, *answer);
     } else {
-        const std::lock_guard declinesLock(declinesMutex_);
-        ++declines_[proxyInfo];
+        ++declines;
     }
     return answer;
 }
 
 RequestPrompt::RequestPrompt(std::shared_ptr<SharedPrompt> prompt,
-                             const core::HttpResponse& response)
-    : prompt_(std::move(prompt)), response_(response) {}
+                             const core::HttpResponse& response,
+                             std::shared_ptr<RequestRecord> record)
+    : prompt_(std::move(prompt)), response_(response), record_(std::move(record)) {
+    if (record_ == nullptr) {
+        record_ = std::make_shared<RequestRecord>();
+    }
+}
 
 RequestPrompt::~RequestPrompt() {
     prompt_->store().endAnswers();
@@ -60,7 +98,7 @@ std::optional<core::ProxyCredentials> RequestPrompt::promptForCredentials(
     // NOLINTNEXTLINE(bugprone-suspicious-stringview-data-usage): the end is given as well
     std::from_chars(generation.data(), generation.data() + generation.size(), refused);
     return prompt_->ask(headers.getHeaderValueOr(proxyInfoHeader, ""), refused,
-                        previousAttemptFailed, remainingAttempts, timeoutMs);
+                        previousAttemptFailed, remainingAttempts, timeoutMs, record_->cancelled);
 }
 
 }  // namespace foundation::httpclient_curl

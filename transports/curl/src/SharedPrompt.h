@@ -1,9 +1,12 @@
 #pragma once
 #include "CredentialStore.h"
+#include "RequestRecord.h"
 
 #include <foundation/httpclient_core/HttpResponse.h>
 #include <foundation/httpclient_core/ProxyCredentialPrompt.h>
 
+#include <atomic>
+#include <condition_variable>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -21,29 +24,35 @@ public:
     SharedPrompt(std::shared_ptr<core::ProxyCredentialPrompt> prompt,
                  std::shared_ptr<CredentialStore> store);
 
-    /// `refused` is the generation of the credentials that the proxy refused, 0 for none.
+    /// `refused` is the generation of the credentials that the proxy refused, 0 for none. Throws
+    /// HttpRequestCancelledException when `cancelled` turns true while another request is asking.
     std::optional<core::ProxyCredentials> ask(const std::string& proxyInfo,
                                               std::uint64_t refused,
                                               bool previousAttemptFailed,
                                               int remainingAttempts,
-                                              std::int64_t timeoutMs);
+                                              std::int64_t timeoutMs,
+                                              const std::atomic<bool>& cancelled);
     CredentialStore& store() noexcept { return *store_; }
 
 private:
-    std::uint64_t declinesOf(const std::string& proxyInfo) const;
+    class Turn;
 
     const std::shared_ptr<core::ProxyCredentialPrompt> prompt_;
     const std::shared_ptr<CredentialStore> store_;
-    std::mutex asking_;                 ///< Held while the user is asked.
-    mutable std::mutex declinesMutex_;  ///< Guards `declines_`; taken after `asking_`.
+    std::mutex mutex_;  ///< Guards what follows; not held while the user is asked.
+    std::condition_variable turnEnded_;
+    bool isAsking_ = false;
     std::map<std::string, std::uint64_t> declines_;
 };
 
 /// What the core asks while it serves one refused request: reads from the response, which the core fills
-/// again with each attempt, which credentials the proxy refused. The response must outlive it.
+/// again with each attempt, which credentials the proxy refused. The response must outlive it. `record` is
+/// that of the request; null where nobody can cancel it.
 class RequestPrompt final : public core::ProxyCredentialPrompt {
 public:
-    RequestPrompt(std::shared_ptr<SharedPrompt> prompt, const core::HttpResponse& response);
+    RequestPrompt(std::shared_ptr<SharedPrompt> prompt,
+                  const core::HttpResponse& response,
+                  std::shared_ptr<RequestRecord> record);
     RequestPrompt(const RequestPrompt&) = delete;
     RequestPrompt& operator=(const RequestPrompt&) = delete;
     ~RequestPrompt() override;
@@ -55,6 +64,7 @@ public:
 private:
     std::shared_ptr<SharedPrompt> prompt_;
     const core::HttpResponse& response_;
+    std::shared_ptr<RequestRecord> record_;
 };
 
 }  // namespace foundation::httpclient_curl

@@ -307,6 +307,49 @@ TEST_P(ProxyTest, SixtyFourParallelRefusalsAskOnce) {
     EXPECT_EQ(prompt->asked, 1);
 }
 
+// Keeps the user busy until the test lets go.
+class BusyPrompt final : public ProxyCredentialPrompt {
+public:
+    std::optional<ProxyCredentials> promptForCredentials(bool, int, std::int64_t) override {
+        asked.add();
+        released.waitFor(1);
+        return std::nullopt;
+    }
+    Counter asked;
+    Counter released;
+};
+
+TEST(ProxyPromptTest, ARequestThatWaitsForAnothersAnswerCanBeCancelled) {
+    LoopbackServer proxy(answerAsProxy);
+    const auto prompt = std::make_shared<BusyPrompt>();
+    TestClient client(prompt);
+    ClientConfiguration configuration = plainConfiguration();
+    Access::setProxyUrl(configuration, "http://127.0.0.1:" + std::to_string(proxy.port()));
+    client->setClientConfiguration(configuration);
+    Counter ended;
+    std::exception_ptr secondError;
+    client->makeAsyncRequest(
+        HttpRequest(HttpMethod::GET, "http://first.invalid/", {}),
+        [&ended](HttpRequest, HttpResponse, std::exception_ptr) { ended.add(); });
+    ASSERT_TRUE(prompt->asked.waitFor(1));
+    const unsigned long id =
+        client->makeAsyncRequest(HttpRequest(HttpMethod::GET, "http://second.invalid/", {}),
+                                 [&](HttpRequest, HttpResponse, std::exception_ptr error) {
+                                     secondError = std::move(error);
+                                     ended.add();
+                                 });
+    // Refused twice: for itself and for the core. Then it waits for the prompt.
+    while (proxy.requestCount() < 4) {
+        std::this_thread::yield();
+    }
+    EXPECT_TRUE(client->cancelRequest(id));
+    EXPECT_TRUE(ended.waitFor(1));
+    EXPECT_TRUE(holds<HttpRequestCancelledException>(secondError)) << messageOf(secondError);
+    prompt->released.add();
+    EXPECT_TRUE(ended.waitFor(2));
+    EXPECT_EQ(prompt->asked.value(), 1);
+}
+
 TEST(ProxyEnvironmentTest, UsesTheProxyOfTheEnvironmentAsItWasAtTheStart) {
     LoopbackServer proxy([](const ReceivedRequest&, Connection& connection) {
         connection.sendResponse(200, "OK", {}, "through");

@@ -1,6 +1,8 @@
 #include "transports/curl/src/InternalHeaders.h"
 #include "transports/curl/src/SharedPrompt.h"
 
+#include <foundation/httpclient_core/HttpRequestCancelledException.h>
+
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -41,11 +43,14 @@ struct Desk {
     explicit Desk(std::function<Answer(int)> answer)
         : prompt(std::make_shared<CountingPrompt>(std::move(answer))), shared(prompt, store) {}
 
-    Answer ask(std::uint64_t refused) { return shared.ask(proxy, refused, false, 3, 1000); }
+    Answer ask(std::uint64_t refused) {
+        return shared.ask(proxy, refused, false, 3, 1000, cancelled);
+    }
 
     std::shared_ptr<CredentialStore> store = std::make_shared<CredentialStore>();
     std::shared_ptr<CountingPrompt> prompt;
     SharedPrompt shared;
+    std::atomic<bool> cancelled{false};
 };
 
 TEST(SharedPromptTest, AsksAndKeepsTheAnswer) {
@@ -98,6 +103,25 @@ TEST(SharedPromptTest, ARefusalByTheUserHoldsForThoseThatWaited) {
     EXPECT_EQ(desk.prompt->asked, 2);
 }
 
+TEST(SharedPromptTest, ARequestThatIsCancelledDoesNotWaitForTheAnswer) {
+    std::promise<void> release;
+    std::promise<void> isAsked;
+    Desk desk([&](int) {
+        isAsked.set_value();
+        release.get_future().wait();
+        return ProxyCredentials("ann", "secret");
+    });
+    auto first = std::async(std::launch::async, [&desk] { return desk.ask(0); });
+    isAsked.get_future().wait();
+    std::atomic<bool> cancelled{false};
+    auto second = std::async(std::launch::async,
+                             [&] { return desk.shared.ask(proxy, 0, false, 3, 1000, cancelled); });
+    cancelled = true;
+    EXPECT_THROW(second.get(), core::HttpRequestCancelledException);
+    release.set_value();
+    EXPECT_EQ(first.get()->password(), "secret");
+}
+
 TEST(SharedPromptTest, AnExceptionOfThePromptLeavesItUsable) {
     Desk desk([](int asked) -> Answer {
         if (asked == 1) {
@@ -117,7 +141,7 @@ TEST(RequestPromptTest, ReadsFromTheResponseWhatWasRefused) {
     core::HttpResponse response;
     response.setHeaderValue(proxyInfoHeader, proxy);
     response.setHeaderValue(proxyGenerationHeader, "0");
-    RequestPrompt request(shared, response);
+    RequestPrompt request(shared, response, nullptr);
     store->storeCredentials(proxy, "ann:kept");
     EXPECT_EQ(request.promptForCredentials(false, 3, 1000)->password(), "kept");
     EXPECT_EQ(prompt->asked, 0);

@@ -18,7 +18,9 @@ struct TransferSettings;
 ///
 /// Only http and https are spoken, on the first hop and after a redirect. TLS is version 1.2 or newer and
 /// servers are always verified, against the system's certificates or the configuration's
-/// `certificateFile`; nothing turns that off.
+/// `certificateFile`; nothing turns that off, for proxies reached by https neither. With `hstsEnabled`, a
+/// host that asked for it over https (RFC 6797) is reached by https only; a client keeps that in memory,
+/// the transaction report names the https URL, and requests without `hstsEnabled` take no notice.
 ///
 /// What a request gets on its way:
 /// - Redirects 301, 302, 303, 307 and 308 are followed up to `maxRedirects`. The last answer of too long a
@@ -33,7 +35,8 @@ struct TransferSettings;
 ///   no clear host"): user information, percent signs in the host, numbers for IPv4 addresses.
 /// - A body is sent with its `Content-Length`, cut or refused where the stream does not fit it, or else in
 ///   chunks. `Expect` is sent only when the request has it. A POST or PATCH is never repeated by the
-///   transport itself.
+///   transport itself, but for two cases in which nothing was done with it: a proxy asked for credentials,
+///   or an HTTP/2 server refused its stream (RFC 9113 8.7).
 /// - An answer whose end is in doubt is an error: a header block that breaks off, lengths that contradict
 ///   each other or the coding, chunks that RFC 9112 does not know, a body shorter than it was declared. A
 ///   body without length and chunks ends with its connection, which over TLS the server has to announce;
@@ -51,11 +54,19 @@ struct TransferSettings;
 ///   page, an added "Accept-Ranges: bytes" and the body that is held. The caller gets the page with its own
 ///   headers if no further attempt follows; the stream factory is then called for it.
 /// - Progress counts from the beginning of the body, also in an attempt that continues it.
-/// - The proxy is the configured one, or that of the environment variables `http_proxy`, `https_proxy`,
-///   `all_proxy` and `no_proxy` as they were when the client was made. A 407 arrives as a response, with
-///   the header `QZ-Internal-Proxy-Info` naming the proxy as host:port.
-///
-/// The configuration's `hstsEnabled` is not used by this transport.
+/// - The proxy is the configured one, for every host, or that of the environment variables `http_proxy`,
+///   `https_proxy` and `all_proxy` (all but the first also in capitals) as they were when the client was
+///   made, with exceptions by `no_proxy`: names with all below them, IPv4 addresses and networks such as
+///   10.0.0.0/8, IPv6 addresses as text, or "*". It may be reached by http, https, socks4, socks4a, socks5
+///   or socks5h; another scheme is refused. A unix domain socket needs no proxy.
+/// - A 407 of a proxy arrives as a response without an error, one to CONNECT too, and has the header
+///   `QZ-Internal-Proxy-Info` naming the proxy as host:port. Other refusals of CONNECT are failures:
+///   "Proxy refused the tunnel: 403 Forbidden". The prompt is asked for no other 407 than a proxy's: not
+///   for one from a server, directly, through a tunnel or through SOCKS.
+/// - Credentials for a proxy come from its URL, or from the store once a 407 was handled; those of the
+///   store go first. Basic and Digest are answered (RFC 7617 and 7616), Digest where the proxy offers
+///   both; an empty user name asks for Negotiate. A Digest nonce serves as many requests as the proxy
+///   allows. `Proxy-Authorization` and `Proxy-Connection` of the caller are not sent.
 ///
 /// Failures are `HttpRequestFailedException` ("GET http://host/path: text (libcurl N)", never with the
 /// query), `HttpRequestTimeoutException`, `HttpRequestCancelledException`, or what a stream, factory or
@@ -94,7 +105,10 @@ public:
     /// @throws std::runtime_error "libcurl cannot be initialized: " and the reason.
     CurlHttpClient();
     /// Makes a client that asks `prompt` for proxy credentials; null asks nobody. The prompt is called on
-    /// the thread of the request that needs it, from several threads at once where several do.
+    /// the thread of the request that needs it, for one request at a time: an answer serves all requests
+    /// that the proxy refused before it was given, and a prompt that declines does so for all that wait for
+    /// it. It must not wait for another request of the same client. A request that is cancelled while
+    /// another one asks ends at once, the one that asks when its prompt returns. The prompt's time is the client's setting `credentialPromptTimeoutMs`, 120000.
     /// @throws std::runtime_error "libcurl cannot be initialized: " and the reason.
     explicit CurlHttpClient(std::shared_ptr<httpclient_core::ProxyCredentialPrompt> prompt);
     /// Makes a client with these options.
@@ -107,9 +121,12 @@ public:
     std::string transportName() const override;
     /// Drops the connections that no request uses. Those of a busy thread go when it has nothing to do.
     void closeIdleConnections() override;
-    /// Returns the credentials by "host:port" of their proxy. They live in memory, as long as the client.
+    /// Returns the credentials by "host:port" of their proxy. They live in memory, as long as the client,
+    /// and are overwritten when they are replaced or dropped.
     std::shared_ptr<httpclient_core::ProxyCredentialStore> proxyCredentialStore() const override;
-    /// Returns the prompt that the client was made with, which may be null.
+    /// Returns what asks the prompt that the client was made with, or null if there is none. It serves one
+    /// refused request: it reads from `response` which credentials the proxy refused, so `response` must
+    /// outlive it.
     std::shared_ptr<httpclient_core::ProxyCredentialPrompt> proxyCredentialPrompt(
         const httpclient_core::HttpResponse& response,
         const std::exception_ptr& error) const override;
