@@ -98,12 +98,18 @@ PartialFile::~PartialFile() {
 // tells that it may be overwritten.
 bool PartialFile::attach(bool resume) {
     body_ = journal_->header().has_value() ? BodyFile::openAt(part_) : nullptr;
+    if (body_ == nullptr && journal_->wasThere()) {
+        // Stopped before the first byte, which the journal's header comes before.
+        body_ = BodyFile::openAt(part_);
+        if (body_ != nullptr && body_->size() > 0) {
+            body_ = nullptr;
+        }
+    }
     if (body_ == nullptr) {
         body_ = BodyFile::createAt(part_, 0666);
-        return body_ != nullptr;
     }
-    if (!resume) {
-        return true;
+    if (body_ == nullptr || body_->size() == 0 || !resume) {
+        return body_ != nullptr;
     }
     if (journal_->header()->urlDigest != Sha256::of(place_.url)) {
         settled_ = true;

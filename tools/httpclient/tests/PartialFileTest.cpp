@@ -225,6 +225,37 @@ TEST_F(PartialFileTest, ForeignPartFilesAreNeverTouched) {
     EXPECT_EQ(folder_.read("f.part.2.journal"), "foreign too");
 }
 
+TEST_F(PartialFileTest, OneThatWasStoppedBeforeTheFirstByteIsTakenOver) {
+    for (const bool hasPart : {false, true}) {
+        folder_.write("f.part.journal", "");
+        if (hasPart) {
+            folder_.write("f.part", "");
+        }
+        const auto file = open(true);
+        EXPECT_FALSE(file->heldPart().has_value());
+        EXPECT_TRUE(file->append(file->begin(0, strong), "content"));
+        file->publish();
+        EXPECT_THAT(folder_.names(), ElementsAre("f"));
+    }
+}
+
+TEST_F(PartialFileTest, OneThatWasStoppedBehindItsRenamingLeavesAJournalOnly) {
+    leave(randomBytes(2'500'000));
+    std::filesystem::remove(folder_ / "f.part");
+    const auto file = open(true, "http://h/other");
+    EXPECT_FALSE(file->heldPart().has_value());
+    EXPECT_TRUE(file->append(file->begin(0, strong), "content"));
+    file->publish();
+    EXPECT_THAT(folder_.names(), ElementsAre("f"));
+}
+
+TEST_F(PartialFileTest, AnEmptyJournalBesideAForeignPartIsNoPermission) {
+    folder_.write("f.part.journal", "");
+    folder_.write("f.part", "foreign");
+    open(false);
+    EXPECT_EQ(folder_.read("f.part"), "foreign");
+}
+
 TEST_F(PartialFileTest, TheJournalHoldsNoSecret) {
     leave(randomBytes(2'500'000));
     EXPECT_EQ(folder_.read("f.part.journal").find("secret"), std::string::npos);
