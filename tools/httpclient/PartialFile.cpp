@@ -148,12 +148,13 @@ void PartialFile::findHeldPart() {
     }
     if (held_.has_value()) {
         body_->truncate(held_->size);
+        heldDigest_ = digest_;
     }
 }
 
 void PartialFile::beginAt(std::int64_t offset, const Entity& entity) {
     const std::int64_t heldSize = held_.has_value() ? held_->size : 0;
-    if (offset != 0 && (offset != heldSize || body_->size() != heldSize)) {
+    if (offset != 0 && offset != heldSize) {
         throw Failure(ExitCode::ResumeRefused,
                       "cannot resume " + part_.string() + ": the server sent another part");
     }
@@ -162,6 +163,9 @@ void PartialFile::beginAt(std::int64_t offset, const Entity& entity) {
     continuable_ = entity.continuable || offset != 0;
     recordedAt_ = synchronisedAt_ = Clock::now();
     if (offset != 0) {
+        // The rest may begin several times, too.
+        body_->truncate(offset);
+        digest_ = heldDigest_;
         recorded_ = offset;
         return;
     }

@@ -98,6 +98,25 @@ TEST_F(PartialFileTest, TheRestCanBreakOffAndBeKeptAgain) {
     EXPECT_EQ(folder_.read("f"), "012345679");
 }
 
+TEST_F(PartialFileTest, TheRestCanBeginAgain) {
+    {
+        const auto file = open(false);
+        EXPECT_TRUE(file->append(file->begin(0, strong), "01234"));
+        EXPECT_TRUE(file->keepForLater());
+    }
+    {
+        const auto file = open(true);
+        EXPECT_TRUE(file->append(file->begin(5, strong), "5XYZ"));
+        EXPECT_TRUE(file->append(file->begin(5, strong), "56"));
+        EXPECT_TRUE(file->keepForLater());
+    }
+    const auto file = open(true);
+    EXPECT_EQ(file->heldPart()->size, 7);
+    EXPECT_TRUE(file->append(file->begin(7, strong), "7"));
+    file->publish();
+    EXPECT_EQ(folder_.read("f"), "01234567");
+}
+
 TEST_F(PartialFileTest, WithoutResumeItStartsOver) {
     leave(randomBytes(2'500'000));
     const auto file = open(false);
