@@ -118,8 +118,8 @@ bool isSynchronised(int result) noexcept {
 
 }  // namespace
 
-Journal::Journal(std::filesystem::path path, int descriptor)
-    : path_(std::move(path)), descriptor_(descriptor) {}
+Journal::Journal(std::filesystem::path path, int descriptor, bool wasThere)
+    : path_(std::move(path)), descriptor_(descriptor), wasThere_(wasThere) {}
 
 Journal::~Journal() {
     ::close(descriptor_);
@@ -127,8 +127,12 @@ Journal::~Journal() {
 
 Journal::Opened Journal::open(const std::filesystem::path& path) {
     for (;;) {
-        const int descriptor =
-            ::open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK, 0600);
+        const int flags = O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK;
+        int descriptor = ::open(path.c_str(), flags | O_EXCL, 0600);
+        const bool wasThere = descriptor < 0 && errno == EEXIST;
+        if (wasThere) {
+            descriptor = ::open(path.c_str(), flags, 0600);
+        }
         if (descriptor < 0 && (errno == ELOOP || errno == EISDIR || errno == ENXIO)) {
             return {.journal = nullptr, .absence = Absence::Foreign};
         }
@@ -136,7 +140,7 @@ Journal::Opened Journal::open(const std::filesystem::path& path) {
             throw Failure(ExitCode::Failed, "cannot create " + path.string() + ": " +
                                                 std::generic_category().message(errno));
         }
-        std::unique_ptr<Journal> journal(new Journal(path, descriptor));
+        std::unique_ptr<Journal> journal(new Journal(path, descriptor, wasThere));
         if (::flock(descriptor, LOCK_EX | LOCK_NB) != 0) {
             return {.journal = nullptr, .absence = Absence::Locked};
         }

@@ -53,6 +53,8 @@ public:
     Journal& operator=(const Journal&) = delete;
     ~Journal();
 
+    /// Whether there was a file before it was opened.
+    bool wasThere() const noexcept { return wasThere_; }
     /// What was found when it was opened; nothing in a new file and in one that makes no sense.
     const std::optional<JournalHeader>& header() const noexcept { return header_; }
     /// What was found, by growing offset.
@@ -69,13 +71,14 @@ public:
     void remove() noexcept;
 
 private:
-    Journal(std::filesystem::path path, int descriptor);
+    Journal(std::filesystem::path path, int descriptor, bool wasThere);
     bool isStillThere() const noexcept;
     bool load();
     bool write(int slot, const Checkpoint& checkpoint);
 
     std::filesystem::path path_;
     int descriptor_;
+    bool wasThere_;
     std::string headerText_;
     std::optional<JournalHeader> header_;
     std::vector<Checkpoint> checkpoints_;

@@ -98,12 +98,18 @@ PartialFile::~PartialFile() {
 // tells that it may be overwritten.
 bool PartialFile::attach(bool resume) {
     body_ = journal_->header().has_value() ? BodyFile::openAt(part_) : nullptr;
+    if (body_ == nullptr && journal_->wasThere()) {
+        // Stopped before the first byte, which the journal's header comes before.
+        body_ = BodyFile::openAt(part_);
+        if (body_ != nullptr && body_->size() > 0) {
+            body_ = nullptr;
+        }
+    }
     if (body_ == nullptr) {
         body_ = BodyFile::createAt(part_, 0666);
-        return body_ != nullptr;
     }
-    if (!resume) {
-        return true;
+    if (body_ == nullptr || body_->size() == 0 || !resume) {
+        return body_ != nullptr;
     }
     if (journal_->header()->urlDigest != Sha256::of(place_.url)) {
         settled_ = true;
@@ -142,12 +148,13 @@ void PartialFile::findHeldPart() {
     }
     if (held_.has_value()) {
         body_->truncate(held_->size);
+        heldDigest_ = digest_;
     }
 }
 
 void PartialFile::beginAt(std::int64_t offset, const Entity& entity) {
     const std::int64_t heldSize = held_.has_value() ? held_->size : 0;
-    if (offset != 0 && (offset != heldSize || body_->size() != heldSize)) {
+    if (offset != 0 && offset != heldSize) {
         throw Failure(ExitCode::ResumeRefused,
                       "cannot resume " + part_.string() + ": the server sent another part");
     }
@@ -156,6 +163,9 @@ void PartialFile::beginAt(std::int64_t offset, const Entity& entity) {
     continuable_ = entity.continuable || offset != 0;
     recordedAt_ = synchronisedAt_ = Clock::now();
     if (offset != 0) {
+        // The rest may begin several times, too.
+        body_->truncate(offset);
+        digest_ = heldDigest_;
         recorded_ = offset;
         return;
     }

@@ -62,6 +62,7 @@ private:
     std::shared_ptr<BodyFile> body_;
     std::optional<HeldPart> held_;
     Sha256 digest_;              ///< Of the whole partial file.
+    Sha256 heldDigest_;          ///< Of the held part.
     bool begun_ = false;         ///< In this process.
     bool continuable_ = false;   ///< The body that has begun is worth checkpoints.
     std::int64_t recorded_ = 0;  ///< Offset of the newest checkpoint.

@@ -8,10 +8,12 @@
 #include "tools/httpclient/StreamOutput.h"
 #include "tools/httpclient/UrlArgument.h"
 
+#include <foundation/httpclient_core/HttpRequestFailedException.h>
 #include <foundation/httpclient_curl/ResumingRetryStrategy.h>
 
 #include <sstream>
 #include <stdexcept>
+#include <string_view>
 #include <system_error>
 #include <utility>
 
@@ -43,6 +45,24 @@ public:
     NotTheRest() : std::runtime_error("the server sent another part than the one asked for") {}
 };
 
+// The transport looks at the ranges of answers, too.
+bool saysNotTheRest(const std::exception_ptr& error) {
+    if (error == nullptr) {
+        return false;
+    }
+    try {
+        std::rethrow_exception(error);
+    } catch (const NotTheRest&) {
+        return true;
+    } catch (const HttpRequestFailedException& failure) {
+        const std::string_view text = failure.what();
+        return text.find("another range than the one asked for") != std::string_view::npos ||
+               text.find("does not fit its Content-Range") != std::string_view::npos;
+    } catch (...) {
+        return false;
+    }
+}
+
 }  // namespace
 
 Transfer::Transfer(std::size_t number, std::string url, const TransferContext& context)
@@ -66,6 +86,8 @@ HttpRequest Transfer::request() {
     if (asked_.has_value()) {
         request.setHeaderValue("Range", "bytes=" + std::to_string(asked_->size) + "-");
         request.setHeaderValue("If-Range", asked_->validator);
+        explain("goes on at byte " + std::to_string(asked_->size) + " of what is held, version " +
+                asked_->validator);
     }
     tellHead(request);
     ClientConfiguration configuration = context_.builder.configuration();
@@ -127,6 +149,7 @@ RetryStrategy Transfer::retryStrategy() {
                const std::exception_ptr& error, int total, int consecutive) {
         // A disk that is full stays full, and a wish to stop is not waited out.
         return !destination_->trouble().has_value() && !context_.mustStop() &&
+               !(asked_.has_value() && saysNotTheRest(error)) &&
                strategy(request, response, error, total, consecutive);
     };
 }
@@ -172,17 +195,18 @@ std::int64_t Transfer::offsetOf(HttpResponseCode code,
 }
 
 bool Transfer::wantsAnother(const Outcome& outcome) {
-    if (!asked_.has_value() || refused_ || outcome.error == nullptr) {
+    if (!asked_.has_value() || !saysNotTheRest(outcome.error)) {
         return false;
     }
-    try {
-        std::rethrow_exception(outcome.error);
-    } catch (const NotTheRest&) {
-        refused_ = true;
-    } catch (...) {
-        refused_ = false;
+    refused_ = true;
+    explain("the server does not send the rest of what is held: starts over");
+    return true;
+}
+
+void Transfer::explain(const std::string& text) const {
+    if (context_.options.explain) {
+        context_.errors.note(text);
     }
-    return refused_;
 }
 
 void Transfer::requireWhole(const HttpResponse& response) const {

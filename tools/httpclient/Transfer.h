@@ -72,6 +72,7 @@ private:
     void tellHead(const httpclient_core::HttpRequest& request) const;
     void tellHead(const httpclient_core::HttpResponse& response) const;
     httpclient_core::RetryStrategy retryStrategy();
+    void explain(const std::string& text) const;
     void requireWhole(const httpclient_core::HttpResponse& response) const;
     void publish(const httpclient_core::HttpResponse& response);
     StreamOutput* standardOutput() const noexcept;

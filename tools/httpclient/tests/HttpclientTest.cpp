@@ -143,6 +143,28 @@ TEST_F(HttpclientTest, AFileThatChangedSinceIsFetchedFromItsStart) {
     EXPECT_EQ(requests[1].header("If-Range"), "\"1\"");
 }
 
+TEST_F(HttpclientTest, AnotherPartThanTheRestIsNotAppended) {
+    LoopbackServer server([](const ReceivedRequest& request, Connection& connection) {
+        const std::string head = "Accept-Ranges: bytes\r\nETag: \"1\"\r\nContent-Length: ";
+        if (request.number == 0) {
+            connection.send("HTTP/1.1 200 OK\r\n" + head + "10\r\n\r\n01234");
+            connection.close();
+        } else if (request.hasHeader("Range")) {
+            connection.send("HTTP/1.1 206 Partial Content\r\nContent-Range: bytes 4-9/10\r\n" +
+                            head + "6\r\n\r\n456789");
+        } else {
+            connection.send("HTTP/1.1 200 OK\r\n" + head + "10\r\n\r\n0123456789");
+        }
+    });
+    EXPECT_EQ(getFile(server.url(), {"--retries", "0"}), 1);
+    EXPECT_EQ(getFile(server.url(), {"--resume", "--explain"}), 0);
+    EXPECT_EQ(folder_.read("f"), "0123456789");
+    EXPECT_THAT(errors(), HasSubstr("* goes on at byte 5 of what is held, version \"1\"\n"));
+    EXPECT_THAT(errors(),
+                HasSubstr("* the server does not send the rest of what is held: starts over\n"));
+    EXPECT_EQ(server.requestCount(), 3);
+}
+
 TEST_F(HttpclientTest, APipeNeverGetsAMixOfTwoVersions) {
     ChangingServer server;
     EXPECT_EQ(run({"get", server->url()}), 9);

@@ -98,6 +98,25 @@ TEST_F(PartialFileTest, TheRestCanBreakOffAndBeKeptAgain) {
     EXPECT_EQ(folder_.read("f"), "012345679");
 }
 
+TEST_F(PartialFileTest, TheRestCanBeginAgain) {
+    {
+        const auto file = open(false);
+        EXPECT_TRUE(file->append(file->begin(0, strong), "01234"));
+        EXPECT_TRUE(file->keepForLater());
+    }
+    {
+        const auto file = open(true);
+        EXPECT_TRUE(file->append(file->begin(5, strong), "5XYZ"));
+        EXPECT_TRUE(file->append(file->begin(5, strong), "56"));
+        EXPECT_TRUE(file->keepForLater());
+    }
+    const auto file = open(true);
+    EXPECT_EQ(file->heldPart()->size, 7);
+    EXPECT_TRUE(file->append(file->begin(7, strong), "7"));
+    file->publish();
+    EXPECT_EQ(folder_.read("f"), "01234567");
+}
+
 TEST_F(PartialFileTest, WithoutResumeItStartsOver) {
     leave(randomBytes(2'500'000));
     const auto file = open(false);
@@ -223,6 +242,37 @@ TEST_F(PartialFileTest, ForeignPartFilesAreNeverTouched) {
     EXPECT_THAT(folder_.names(), ElementsAre("f", "f.part", "f.part.1", "f.part.2.journal"));
     EXPECT_EQ(folder_.read("f.part"), "foreign");
     EXPECT_EQ(folder_.read("f.part.2.journal"), "foreign too");
+}
+
+TEST_F(PartialFileTest, OneThatWasStoppedBeforeTheFirstByteIsTakenOver) {
+    for (const bool hasPart : {false, true}) {
+        folder_.write("f.part.journal", "");
+        if (hasPart) {
+            folder_.write("f.part", "");
+        }
+        const auto file = open(true);
+        EXPECT_FALSE(file->heldPart().has_value());
+        EXPECT_TRUE(file->append(file->begin(0, strong), "content"));
+        file->publish();
+        EXPECT_THAT(folder_.names(), ElementsAre("f"));
+    }
+}
+
+TEST_F(PartialFileTest, OneThatWasStoppedBehindItsRenamingLeavesAJournalOnly) {
+    leave(randomBytes(2'500'000));
+    std::filesystem::remove(folder_ / "f.part");
+    const auto file = open(true, "http://h/other");
+    EXPECT_FALSE(file->heldPart().has_value());
+    EXPECT_TRUE(file->append(file->begin(0, strong), "content"));
+    file->publish();
+    EXPECT_THAT(folder_.names(), ElementsAre("f"));
+}
+
+TEST_F(PartialFileTest, AnEmptyJournalBesideAForeignPartIsNoPermission) {
+    folder_.write("f.part.journal", "");
+    folder_.write("f.part", "foreign");
+    open(false);
+    EXPECT_EQ(folder_.read("f.part"), "foreign");
 }
 
 TEST_F(PartialFileTest, TheJournalHoldsNoSecret) {
