@@ -5,6 +5,7 @@
 #include "HeaderText.h"
 #include "InternalHeaders.h"
 #include "Redirects.h"
+#include "RetryClock.h"
 
 #include <foundation/httpclient_core/HttpRequestCancelledException.h>
 #include <foundation/httpclient_core/HttpRequestTimeoutException.h>
@@ -85,7 +86,7 @@ Exchange::~Exchange() = default;
 
 Exchange::Next Exchange::begin() noexcept {
     if (++history_.attempts == 1) {
-        history_.begun = Clock::now();
+        history_.begun = retryClock().now();
     }
     report_.attempt = history_.attempts;
     try {
@@ -127,8 +128,15 @@ void Exchange::prepare() {
         lastProgress_ = Clock::now();
     }
     url_ = std::make_unique<WireUrl>(request_);
-    firstOrigin_ = url_->origin();
+    if (!history_.firstOrigin.has_value()) {
+        history_.firstOrigin = url_->origin();
+    }
+    firstOrigin_ = *history_.firstOrigin;
     headers_ = std::make_unique<RequestHeaders>(request_.getHeaders());
+    if (url_->origin() != firstOrigin_) {
+        // Rebuilt by the core for the URL at which a redirect ended, with all of its headers.
+        headers_->dropSensitive(shared_.options.sensitiveHeaders);
+    }
     sendsForm_ = request_.hasMultipartBody();
     if (sendsForm_ && request_.hasRequestBody()) {
         throw HttpRequestFailedException("The request has both a body and a multipart body");
@@ -357,6 +365,9 @@ void Exchange::onBlock() {
     if (hop_->dropsBody()) {
         return;
     }
+    if (endsWithConnection(block)) {
+        hop_->tlsEnd.watch(handle());
+    }
     if (settings_.followRedirects && isRedirect(code) && block.headers().hasHeader("Location")) {
         tooManyRedirects_ = redirects_ >= settings_.maxRedirects;
         if (!tooManyRedirects_) {
@@ -370,6 +381,13 @@ void Exchange::onBlock() {
     if (!hop_->undecided) {
         commit(block);
     }
+}
+
+bool Exchange::endsWithConnection(const HeaderBlock& block) const {
+    return method_ != HttpMethod::HEAD && !isChunked(block) && !declaredLength(block).has_value() &&
+           block.code() != HttpResponseCode::NoContent &&
+           block.code() != HttpResponseCode::NotModified &&
+           info<long>(handle(), CURLINFO_HTTP_VERSION) < CURL_HTTP_VERSION_2_0;
 }
 
 void Exchange::onRawBody(std::string_view data) {
@@ -614,6 +632,10 @@ void Exchange::succeed() {
         guard_->distrust();
         throw HttpRequestFailedException("The chunked body ended before its last line");
     }
+    if (hop_->tlsEnd.isMissing()) {
+        error_ = transferFailure("The connection ended without a word of the server", context());
+        return;
+    }
     guard_->requireWhole();
     if (bodyBegun_ && !response_.getResponseBody().flush()) {
         throw HttpRequestFailedException("The response body stream refused data");
@@ -708,7 +730,7 @@ void Exchange::followRedirect() {
     }
     method_ = method;
     if (next.origin() != firstOrigin_) {
-        headers_->dropCredentials();
+        headers_->dropSensitive(shared_.options.sensitiveHeaders);
     }
     *url_ = std::move(next);
     ++redirects_;
@@ -764,9 +786,10 @@ void Exchange::keepBodyForRetry() {
         // The core leaves the response of a request that was not made as it is.
         return;
     }
-    core::HttpHeaders headers = response_.getHeaders();
-    const bool saysSo = headers.getHeaderValueOr("Accept-Ranges", {}) == "bytes";
+    const bool saysSo = response_.hasHeader("Accept-Ranges") &&
+                        response_.getHeaderValue("Accept-Ranges") == "bytes";
     if (guard_->isResumable() && !saysSo) {
+        core::HttpHeaders headers = response_.getHeaders();
         history_.held.emplace(code, headers);
         response_.setHeaders(HeldAnswer::keeping(std::move(headers)));
     }

@@ -10,6 +10,7 @@
 #include "RequestRecord.h"
 #include "ResponseFraming.h"
 #include "ResumeGuard.h"
+#include "TlsEnd.h"
 #include "TransferError.h"
 #include "TransferSettings.h"
 #include "TransferShares.h"
@@ -90,6 +91,7 @@ private:
         HeaderBlock connectBlock;  ///< The proxy's last answer to CONNECT.
         std::int64_t headerBytes = 0;
         std::int64_t swallowedBytes = 0;
+        TlsEnd tlsEnd;  ///< Of a body that ends with its connection.
         ChunkCheck chunks;
         bool isChunked = false;  ///< The body comes in chunks.
         bool isSoiled = false;  ///< Bytes waited on the connection before anything was asked on it.
@@ -120,6 +122,7 @@ private:
     bool guarded(Action&& action) noexcept;
     void onHeader(std::string_view line);
     void onBlock();
+    bool endsWithConnection(const HeaderBlock& block) const;
     void onRawBody(std::string_view data);
     [[noreturn]] void refuseAnswer(const std::string& flaw);
     void requireRoomFor(std::int64_t bytes) const;

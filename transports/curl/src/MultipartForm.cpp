@@ -1,6 +1,7 @@
 #include "MultipartForm.h"
 
 #include "RequestHeaders.h"
+#include "TransferError.h"
 
 #include <algorithm>
 #include <variant>
@@ -14,12 +15,9 @@ void require(CURLcode code) {
     }
 }
 
-// libcurl takes these as text that ends at a NUL.
-const char* text(const std::string& value) {
-    if (value.find('\0') != std::string::npos) {
-        throw core::HttpRequestFailedException(
-            "A part of the multipart body has a NUL in its header");
-    }
+// libcurl takes these as text that ends at a NUL, and has its own ways with line breaks.
+const char* text(const std::string& what, const std::string& value) {
+    requireOneLine(what + " of a part of the multipart body", value);
     return value.c_str();
 }
 
@@ -36,7 +34,7 @@ curl_mimepart* MultipartForm::addPart(const core::PartHeader& header) {
     curl_mimepart* part = requireMemory(curl_mime_addpart(form_.get()));
     const std::string type = header.getContentType();
     requireSafeField("Content-Type", type);
-    require(curl_mime_name(part, text(header.getPartName())));
+    require(curl_mime_name(part, text("The name", header.getPartName())));
     if (!type.empty()) {
         require(curl_mime_type(part, type.c_str()));
     }
@@ -66,10 +64,11 @@ void MultipartForm::add(const core::FilePart& part) {
     file->stream.seekg(0);
     file->error = &error_;
     if (!file->stream || file->size < 0 || std::filesystem::is_directory(path)) {
-        throw core::HttpRequestFailedException("Cannot read the file part " + file->path);
+        throw core::HttpRequestFailedException("Cannot read the file part " +
+                                               printable(file->path));
     }
     curl_mimepart* target = addPart(part.getHeader());
-    require(curl_mime_filename(target, text(path.filename().string())));
+    require(curl_mime_filename(target, text("The file name", path.filename().string())));
     require(curl_mime_data_cb(target, file->size, readFile, seekFile, nullptr, file.get()));
     files_.push_back(std::move(file));
 }
@@ -85,9 +84,9 @@ std::size_t MultipartForm::readFile(char* buffer,
         const std::streamsize got = file->stream.rdbuf()->sgetn(buffer, wanted);
         file->taken += got;
         if (got < wanted && got == 0) {
-            throw core::HttpRequestFailedException("The file part " + file->path + " ended after " +
-                                                   std::to_string(file->taken) + " of " +
-                                                   std::to_string(file->size) + " bytes");
+            throw core::HttpRequestFailedException("The file part " + printable(file->path) +
+                                                   " ended after " + std::to_string(file->taken) +
+                                                   " of " + std::to_string(file->size) + " bytes");
         }
         return static_cast<std::size_t>(got);
     } catch (...) {

@@ -45,9 +45,12 @@ void requireSafeField(const std::string& name, const std::string& value) {
     if (!isToken(name)) {
         throw core::HttpRequestFailedException("A header name of the request is no token");
     }
-    if (value.find_first_of("\r\n\0"sv) != std::string::npos) {
-        throw core::HttpRequestFailedException("The request header " + name +
-                                               " holds a line break or a NUL");
+    requireOneLine("The request header " + name, value);
+}
+
+void requireOneLine(const std::string& what, const std::string& text) {
+    if (text.find_first_of("\r\n\0"sv) != std::string::npos) {
+        throw core::HttpRequestFailedException(what + " holds a line break or a NUL");
     }
 }
 
@@ -68,8 +71,11 @@ RequestHeaders::RequestHeaders(const core::HttpHeaders& headers) {
     }
 }
 
-void RequestHeaders::dropCredentials() {
+void RequestHeaders::dropSensitive(const std::vector<std::string>& names) {
     for (const char* name : {"Authorization", "Cookie", "Host"}) {
+        headers_.erase(name);
+    }
+    for (const std::string& name : names) {
         headers_.erase(name);
     }
 }

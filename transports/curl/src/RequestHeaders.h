@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace foundation::httpclient_curl {
 
@@ -21,8 +22,9 @@ public:
     std::optional<std::int64_t> contentLength() const noexcept { return contentLength_; }
     bool hasExpect() const noexcept { return headers_.hasHeader("Expect"); }
 
-    /// From here on without the fields that only the first origin may see.
-    void dropCredentials();
+    /// From here on without the fields that only the first origin may see: the usual ones, and those of
+    /// these names in any letter case.
+    void dropSensitive(const std::vector<std::string>& names);
     /// From here on without the fields that describe a body.
     void dropBodyFields();
     /// The lines for libcurl, with these Range and If-Range values where they are not empty.
@@ -33,6 +35,8 @@ private:
     std::optional<std::int64_t> contentLength_;
 };
 
+/// Throws HttpRequestFailedException for a text with CR, LF or NUL; `what` names it in the message.
+void requireOneLine(const std::string& what, const std::string& text);
 /// Throws HttpRequestFailedException unless the field can travel as one line.
 void requireSafeField(const std::string& name, const std::string& value);
 

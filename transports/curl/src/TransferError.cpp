@@ -13,23 +13,6 @@ namespace {
 
 using namespace httpclient_core;
 
-// Text that a server had a part in must not move a terminal's cursor.
-std::string printable(const std::string& text) {
-    constexpr std::string_view digits = "0123456789ABCDEF";
-    std::string clean;
-    for (const char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (byte < 0x20 || byte == 0x7F) {
-            clean += "\\x";
-            clean += digits[byte >> 4U];
-            clean += digits[byte & 0xFU];
-        } else {
-            clean += c;
-        }
-    }
-    return clean;
-}
-
 constexpr std::array lastingCodes{CURLE_UNSUPPORTED_PROTOCOL,     CURLE_URL_MALFORMAT,
                                   CURLE_PEER_FAILED_VERIFICATION, CURLE_SSL_CACERT_BADFILE,
                                   CURLE_SSL_ISSUER_ERROR,         CURLE_SSL_INVALIDCERTSTATUS};
@@ -52,7 +35,36 @@ const char* prefixFor(CURLcode code) {
     }
 }
 
+// The control characters beyond ASCII, U+0080 to U+009F, as UTF-8.
+bool beginsControl(const std::string& text, std::size_t place) {
+    return text[place] == '\xC2' && place + 1 < text.size() &&
+           (static_cast<unsigned char>(text[place + 1]) & 0xE0U) == 0x80U;
+}
+
 }  // namespace
+
+std::string printable(const std::string& text) {
+    constexpr std::string_view digits = "0123456789ABCDEF";
+    std::string clean;
+    std::size_t escaped = 0;  // bytes from here on
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const auto byte = static_cast<unsigned char>(text[i]);
+        if (byte < 0x20 || byte == 0x7F) {
+            escaped = 1;
+        } else if (beginsControl(text, i)) {
+            escaped = 2;
+        }
+        if (escaped > 0) {
+            clean += "\\x";
+            clean += digits[byte >> 4U];
+            clean += digits[byte & 0xFU];
+            --escaped;
+        } else {
+            clean += text[i];
+        }
+    }
+    return clean;
+}
 
 std::exception_ptr transferError(CURLcode code,
                                  long osError,

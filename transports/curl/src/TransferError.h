@@ -20,6 +20,9 @@ std::exception_ptr transferError(CURLcode code,
                                  long osError,
                                  const std::string& detail,
                                  const TransferContext& context);
+/// The text with control characters as "\\x1B": what others had a part in must not move a terminal's
+/// cursor.
+std::string printable(const std::string& text);
 /// A failure of the transport's own in the same form.
 std::exception_ptr transferFailure(const std::string& text, const TransferContext& context);
 

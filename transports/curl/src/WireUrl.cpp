@@ -26,6 +26,12 @@ std::string lowered(std::string text) {
     return text;
 }
 
+// The host as the core sees it, whose cut at the first "/" leaves a query without a path in it.
+std::string hostOf(const core::URL& url) {
+    const std::string domain = url.getDomain();
+    return lowered(domain.substr(0, domain.find('?')));
+}
+
 std::string requestText(const core::HttpRequest& request) {
     core::URL url = request.getURL();
     if (url.getProtocol().empty()) {
@@ -65,6 +71,9 @@ std::string encodeUnsafe(std::string_view text) {
 
 WireUrl::WireUrl(const core::HttpRequest& request) {
     split(nullptr, requestText(request), true);
+    if (origin_.host != hostOf(request.getURL())) {
+        throw core::HttpRequestFailedException("The URL of the request has no clear host");
+    }
 }
 
 WireUrl WireUrl::resolve(const std::string& location) const {

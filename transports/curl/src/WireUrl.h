@@ -13,7 +13,8 @@ namespace foundation::httpclient_curl {
 class WireUrl {
 public:
     /// The URL of a request: its URL, then its query parameters joined by "?" or "&".
-    /// Throws HttpRequestFailedException for a URL that cannot be sent.
+    /// Throws HttpRequestFailedException for a URL that cannot be sent, and for one whose host libcurl reads
+    /// differently than the core does: what was checked before must be what is connected to.
     explicit WireUrl(const httpclient_core::HttpRequest& request);
 
     /// The URL that a Location field found in an answer from here names.
