@@ -16,7 +16,7 @@ namespace foundation::httpclient_tool {
 namespace {
 
 [[noreturn]] void throwCannotCreate(const std::filesystem::path& path, int error) {
-    throw Failure(ExitCode::OutputFailed,
+    throw Failure(ExitCode::Failed,
                   "cannot create " + path.string() + ": " + std::generic_category().message(error));
 }
 
@@ -32,6 +32,16 @@ std::shared_ptr<BodyFile> BodyFile::createAt(const std::filesystem::path& path, 
         throwCannotCreate(path, errno);
     }
     return std::make_shared<BodyFile>(descriptor);
+}
+
+std::shared_ptr<BodyFile> BodyFile::openAt(const std::filesystem::path& path) {
+    const int descriptor = ::open(path.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK);
+    struct stat status{};
+    if (descriptor >= 0 && (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode))) {
+        ::close(descriptor);
+        return nullptr;
+    }
+    return descriptor >= 0 ? std::make_shared<BodyFile>(descriptor, status.st_size) : nullptr;
 }
 
 std::shared_ptr<BodyFile> BodyFile::createUnnamed(const std::filesystem::path& folder) {
@@ -83,11 +93,19 @@ std::int64_t BodyFile::read(std::int64_t position,
     }
 }
 
-bool BodyFile::clear() noexcept {
-    if (::ftruncate(descriptor_, 0) != 0) {
+bool BodyFile::truncate(std::int64_t size) noexcept {
+    if (::ftruncate(descriptor_, size) != 0) {
         return failed(errno);
     }
-    size_.store(0, std::memory_order_relaxed);
+    size_.store(size, std::memory_order_relaxed);
+    return error() == 0;
+}
+
+bool BodyFile::synchronise() noexcept {
+    // EINVAL: a file system that cannot synchronise.
+    if (::fdatasync(descriptor_) != 0 && errno != EINVAL) {
+        failed(errno);
+    }
     return error() == 0;
 }
 

@@ -16,14 +16,19 @@ namespace foundation::httpclient_tool {
 class BodyFile {
 public:
     /// Creates a file at `path`; symbolic links are not followed. Null when something is there already.
-    /// @throws Failure with `ExitCode::OutputFailed` when that fails for another reason.
+    /// @throws Failure with `ExitCode::Failed` when that fails for another reason.
     static std::shared_ptr<BodyFile> createAt(const std::filesystem::path& path, mode_t mode);
+    /// Opens the regular file at `path`; symbolic links are not followed. Null when there is none or it
+    /// cannot be written.
+    static std::shared_ptr<BodyFile> openAt(const std::filesystem::path& path);
     /// Creates a file without a name in `folder`; the system removes it when the process ends, whatever
     /// ends it.
-    /// @throws Failure with `ExitCode::OutputFailed` when that fails.
+    /// @throws Failure with `ExitCode::Failed` when that fails.
     static std::shared_ptr<BodyFile> createUnnamed(const std::filesystem::path& folder);
 
-    explicit BodyFile(int descriptor) noexcept : descriptor_(descriptor) {}
+    /// Takes the descriptor over. `size` is that of the file.
+    explicit BodyFile(int descriptor, std::int64_t size = 0) noexcept
+        : descriptor_(descriptor), size_(size) {}
     BodyFile(const BodyFile&) = delete;
     BodyFile& operator=(const BodyFile&) = delete;
     ~BodyFile();
@@ -32,8 +37,12 @@ public:
     bool write(std::int64_t position, std::string_view bytes) noexcept;
     /// Reads up to `capacity` bytes at `position`; 0 at the end, negative after an error.
     std::int64_t read(std::int64_t position, char* bytes, std::size_t capacity) const noexcept;
+    /// Drops the bytes from `size` on. False after an error.
+    bool truncate(std::int64_t size) noexcept;
     /// Drops all bytes. False after an error.
-    bool clear() noexcept;
+    bool clear() noexcept { return truncate(0); }
+    /// Waits until the bytes are on the disk. False after an error, now or in an earlier write.
+    bool synchronise() noexcept;
     /// Takes over the permissions of another file, without its set-id bits.
     void setPermissions(mode_t mode) const noexcept;
     /// Makes sure that the bytes are on the disk and closes the file. False after an error, now or in an
@@ -48,7 +57,7 @@ private:
     bool failed(int error) noexcept;
 
     int descriptor_;
-    std::atomic<std::int64_t> size_{0};
+    std::atomic<std::int64_t> size_;
     std::atomic<int> error_{0};
 };
 

@@ -1,9 +1,6 @@
 #include "tools/httpclient/Completeness.h"
 
-#include <charconv>
-#include <memory>
-#include <string_view>
-#include <system_error>
+#include "tools/httpclient/ContentRange.h"
 
 namespace foundation::httpclient_tool {
 namespace {
@@ -12,31 +9,7 @@ using httpclient_core::HttpHeaders;
 using httpclient_core::HttpResponse;
 using httpclient_core::HttpResponseCode;
 
-// 64 bits: the library's own getContentLength() ends at 2 GiB.
-std::optional<std::int64_t> parseSize(std::string_view text) {
-    std::int64_t value = 0;
-    const char* end = std::to_address(text.end());
-    const auto [stop, error] = std::from_chars(std::to_address(text.begin()), end, value);
-    return error == std::errc() && stop == end && value >= 0 ? std::optional(value) : std::nullopt;
-}
-
-// The size of the whole that "bytes FIRST-LAST/TOTAL" completes, with "*" for an unknown total. Nothing
-// when the text is malformed or bytes are missing after LAST.
-std::optional<std::int64_t> sizeAfterRange(std::string_view text) {
-    const std::string_view unit = "bytes ";
-    const std::size_t dash = text.find('-');
-    const std::size_t slash = text.find('/');
-    if (!text.starts_with(unit) || dash == std::string_view::npos ||
-        slash == std::string_view::npos || slash < dash) {
-        return std::nullopt;
-    }
-    const auto last = parseSize(text.substr(dash + 1, slash - dash - 1));
-    const std::string_view total = text.substr(slash + 1);
-    if (!last.has_value() || (total != "*" && parseSize(total) != *last + 1)) {
-        return std::nullopt;
-    }
-    return *last + 1;
-}
+const char* const onlyPart = "the server sent only a part";
 
 std::optional<std::string> whyDifferent(std::int64_t size, std::int64_t announced) {
     if (size == announced) {
@@ -50,15 +23,28 @@ std::optional<std::string> whyDifferent(std::int64_t size, std::int64_t announce
 std::optional<std::string> whyIncomplete(const HttpResponse& response, std::int64_t size) {
     const HttpHeaders headers = response.getHeaders();
     if (response.getResponseCode() == HttpResponseCode::PartialContent) {
-        const auto whole = sizeAfterRange(headers.getHeaderValueOr("Content-Range", ""));
-        return whole.has_value() ? whyDifferent(size, *whole)
-                                 : std::optional<std::string>("the server sent only a part");
+        const auto range = ContentRange::parse(headers.getHeaderValueOr("Content-Range", ""));
+        if (!range.has_value() || (range->total >= 0 && range->total != range->last + 1)) {
+            return onlyPart;
+        }
+        return whyDifferent(size, range->last + 1);
     }
     if (headers.hasHeader(HttpHeaders::TRANSFER_ENCODING)) {
         return std::nullopt;
     }
     const auto length = parseSize(headers.getHeaderValueOr(HttpHeaders::CONTENT_LENGTH, ""));
     return length.has_value() ? whyDifferent(size, *length) : std::nullopt;
+}
+
+std::optional<std::string> whyIncompletePart(const HttpResponse& response, std::int64_t size) {
+    if (response.getResponseCode() != HttpResponseCode::PartialContent) {
+        return whyIncomplete(response, size);
+    }
+    const auto range =
+        ContentRange::parse(response.getHeaders().getHeaderValueOr("Content-Range", ""));
+    // Several ranges come as one multipart body, which is framed in another way.
+    const std::int64_t announced = range.has_value() ? range->last - range->first + 1 : 0;
+    return size < announced ? whyDifferent(size, announced) : std::nullopt;
 }
 
 }  // namespace foundation::httpclient_tool

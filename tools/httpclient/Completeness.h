@@ -13,5 +13,9 @@ namespace foundation::httpclient_tool {
 /// @return what is wrong; nothing where all is well or nothing was announced.
 std::optional<std::string> whyIncomplete(const httpclient_core::HttpResponse& response,
                                          std::int64_t size);
+/// The same for a request with a Range header of the caller's, where the part asked for is the whole.
+/// After a resume the final Content-Range covers the rest of that part only, so more may be held.
+std::optional<std::string> whyIncompletePart(const httpclient_core::HttpResponse& response,
+                                             std::int64_t size);
 
 }  // namespace foundation::httpclient_tool

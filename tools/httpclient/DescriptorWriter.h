@@ -8,4 +8,9 @@ namespace foundation::httpclient_tool {
 /// @return 0, or the errno of the write that failed.
 int writeAll(int descriptor, std::string_view bytes) noexcept;
 
+/// The same, but ends as soon as `wake` can be read, also while nobody reads the other end of a pipe. A
+/// part of the bytes may have been written then.
+/// @return 0, the errno of the write that failed, or ECANCELED.
+int writeAll(int descriptor, std::string_view bytes, int wake) noexcept;
+
 }  // namespace foundation::httpclient_tool

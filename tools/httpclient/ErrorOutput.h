@@ -13,9 +13,11 @@ namespace foundation::httpclient_tool {
 /// Internally locked: the mutex covers the stream and whether the bottom line is shown.
 class ErrorOutput {
 public:
-    ErrorOutput(std::ostream& stream, bool isTerminal) : stream_(stream), isTerminal_(isTerminal) {}
+    ErrorOutput(std::ostream& stream, bool isTerminal, bool hasColours = false)
+        : stream_(stream), isTerminal_(isTerminal), hasColours_(hasColours) {}
 
     bool isTerminal() const noexcept { return isTerminal_; }
+    bool hasColours() const noexcept { return hasColours_; }
     /// Writes "httpclient: " and the text as one line.
     void failure(std::string_view text) { line("httpclient: ", text); }
     /// Writes "* " and the text as one line.
@@ -31,6 +33,7 @@ private:
     std::mutex mutex_;
     std::ostream& stream_;
     bool isTerminal_;
+    bool hasColours_;
     bool statusShown_ = false;
 };
 

@@ -1,6 +1,9 @@
 #include "tools/httpclient/ProgressDisplay.h"
 
+#include <algorithm>
 #include <array>
+#include <sys/ioctl.h>
+#include <unistd.h>
 #include <utility>
 
 namespace foundation::httpclient_tool {
@@ -15,6 +18,25 @@ constexpr auto showInterval = milliseconds(100);
 // "12.3" from a number of tenths; the standard stream formats would follow the user's locale.
 std::string tenthsText(std::int64_t tenths) {
     return std::to_string(tenths / 10) + "." + std::to_string(tenths % 10);
+}
+
+// "0:07", "12:34", "3:25:45".
+std::string durationText(std::int64_t seconds) {
+    const auto twoDigits = [](std::int64_t number) {
+        return (number < 10 ? ":0" : ":") + std::to_string(number);
+    };
+    const std::int64_t minutes = seconds / 60;
+    return minutes < 60
+               ? std::to_string(minutes) + twoDigits(seconds % 60)
+               : std::to_string(minutes / 60) + twoDigits(minutes % 60) + twoDigits(seconds % 60);
+}
+
+int widthOfStandardError() {
+    winsize size{};
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-vararg): the system's own interface
+    const bool known = ::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+    constexpr int usual = 80;
+    return known ? size.ws_col : usual;
 }
 
 // Nothing after less than a tenth of a second: the number would mean nothing.
@@ -43,8 +65,15 @@ std::string formatBytes(std::int64_t bytes) {
     return tenthsText(bytes / (thousand / 10)) + units.at(unit);
 }
 
-ProgressDisplay::ProgressDisplay(ErrorOutput& output, bool visible, Clock clock)
-    : output_(output), visible_(visible), clock_(std::move(clock)), start_(clock_()) {
+ProgressDisplay::ProgressDisplay(ErrorOutput& output, bool visible, Clock clock, Look look)
+    : output_(output),
+      visible_(visible),
+      clock_(std::move(clock)),
+      look_(std::move(look)),
+      start_(clock_()) {
+    if (!look_.columns) {
+        look_.columns = widthOfStandardError;
+    }
     samples_.push_back({start_, 0});
 }
 
@@ -63,13 +92,18 @@ void ProgressDisplay::update(std::int64_t bytes, std::int64_t missing) {
     }
     if (visible_ && (!shown_.has_value() || now - *shown_ >= showInterval)) {
         shown_ = now;
-        output_.showStatus(lineLocked());
+        output_.showStatus(statusLocked());
     }
 }
 
 void ProgressDisplay::countRetry() {
     const std::lock_guard lock(mutex_);
     ++retries_;
+}
+
+void ProgressDisplay::countFile() {
+    const std::lock_guard lock(mutex_);
+    ++filesDone_;
 }
 
 void ProgressDisplay::finish(std::int64_t bytes) {
@@ -84,16 +118,55 @@ std::string ProgressDisplay::line() const {
     return lineLocked();
 }
 
+double ProgressDisplay::shareLocked() const {
+    return static_cast<double>(bytes_) / static_cast<double>(total_);
+}
+
 std::string ProgressDisplay::lineLocked() const {
     std::string text = formatBytes(bytes_);
-    if (total_ >= bytes_ && total_ > 0) {
-        const double share = static_cast<double>(bytes_) / static_cast<double>(total_);
+    if (knowsTotal()) {
         text += " of " + formatBytes(total_) + ", " +
-                std::to_string(static_cast<int>(share * 100)) + " %";
+                std::to_string(static_cast<int>(shareLocked() * 100)) + " %";
     }
     const Sample& oldest = samples_.front();
     const Sample& newest = samples_.back();
-    return text + rateText(newest.bytes - oldest.bytes, newest.time - oldest.time) + retriesText();
+    const std::int64_t came = newest.bytes - oldest.bytes;
+    const std::string rate = rateText(came, newest.time - oldest.time);
+    text += rate;
+    if (!rate.empty() && came > 0 && knowsTotal() && total_ > bytes_) {
+        const double seconds = std::chrono::duration<double>(newest.time - oldest.time).count();
+        const double left =
+            static_cast<double>(total_ - bytes_) * seconds / static_cast<double>(came);
+        constexpr double longest = 360000;  // 100 hours; more tells nothing
+        text +=
+            left < longest ? ", " + durationText(static_cast<std::int64_t>(left)) + " left" : "";
+    }
+    if (look_.files > 1) {
+        text += ", " + std::to_string(filesDone_) + " of " + std::to_string(look_.files) + " files";
+    }
+    return text + retriesText();
+}
+
+// "[=====>    ]", in green where there are colours.
+std::string ProgressDisplay::barLocked(std::size_t width) const {
+    const auto full = static_cast<std::size_t>(shareLocked() * static_cast<double>(width));
+    std::string bar(std::min(full, width), '=');
+    if (bar.size() < width) {
+        bar += '>';
+        bar.resize(width, ' ');
+    }
+    return output_.hasColours() ? "[\x1b[32m" + bar + "\x1b[0m] " : "[" + bar + "] ";
+}
+
+std::string ProgressDisplay::statusLocked() const {
+    const std::string text = lineLocked();
+    // A line that reaches the last column would wrap, and the next one could not be written over it.
+    const int room = look_.columns() - static_cast<int>(text.size()) - 4;
+    constexpr int narrowest = 8;
+    constexpr int widest = 30;
+    const int width = std::min(room, widest);
+    return (knowsTotal() && width >= narrowest ? barLocked(static_cast<std::size_t>(width)) : "") +
+           text;
 }
 
 std::string ProgressDisplay::summary(std::int64_t bytes) const {

@@ -8,6 +8,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace foundation::httpclient_tool {
 
@@ -22,21 +23,31 @@ class ProgressDisplay {
 public:
     using TimePoint = std::chrono::steady_clock::time_point;
     using Clock = std::function<TimePoint()>;
+    static Clock steadyClock() {
+        return [] { return std::chrono::steady_clock::now(); };
+    }
 
-    /// With `visible` false nothing is shown.
-    ProgressDisplay(
-        ErrorOutput& output,
-        bool visible,
-        Clock clock = [] { return std::chrono::steady_clock::now(); });
+    struct Look {
+        std::size_t files = 1;         ///< Downloads that the line is about.
+        std::function<int()> columns;  ///< Width of the terminal; empty: asks standard error's.
+    };
+
+    /// With `visible` false nothing is shown. Colours follow the output.
+    ProgressDisplay(ErrorOutput& output, bool visible, Clock clock, Look look);
+    ProgressDisplay(ErrorOutput& output, bool visible, Clock clock = steadyClock())
+        : ProgressDisplay(output, visible, std::move(clock), Look{}) {}
 
     /// Takes the bytes held and how many are missing, 0 when that is not known. Shows a line, though not
     /// more than ten in a second.
     void update(std::int64_t bytes, std::int64_t missing);
     void countRetry();
+    /// One of several downloads has ended.
+    void countFile();
     /// Replaces the line by the summary for good.
     void finish(std::int64_t bytes);
 
-    /// Such as "12.3 MB of 50.0 MB, 24 %, 3.8 MB/s, 2 retries".
+    /// Such as "12.3 MB of 50.0 MB, 24 %, 3.8 MB/s, 0:10 left, 2 retries". On the terminal a bar stands
+    /// before it, as wide as there is room.
     std::string line() const;
     /// Such as "50.0 MB in 8.4 s, 5.9 MB/s, 2 retries".
     std::string summary(std::int64_t bytes) const;
@@ -48,11 +59,16 @@ private:
     };
 
     std::string lineLocked() const;
+    std::string statusLocked() const;
+    std::string barLocked(std::size_t width) const;
     std::string retriesText() const;
+    double shareLocked() const;
+    bool knowsTotal() const { return total_ >= bytes_ && total_ > 0; }
 
     ErrorOutput& output_;
     bool visible_;
     Clock clock_;
+    Look look_;
     TimePoint start_;
     mutable std::mutex mutex_;
     std::deque<Sample> samples_;  ///< Of the last seconds, for the rate.
@@ -60,6 +76,7 @@ private:
     std::int64_t bytes_ = 0;
     std::int64_t total_ = 0;  ///< 0: not known.
     int retries_ = 0;
+    std::size_t filesDone_ = 0;
 };
 
 }  // namespace foundation::httpclient_tool

@@ -2,9 +2,9 @@
 
 #include "tools/httpclient/CommandLine.h"
 #include "tools/httpclient/DescriptorWriter.h"
-#include "tools/httpclient/Download.h"
 #include "tools/httpclient/Failure.h"
 #include "tools/httpclient/LogOutput.h"
+#include "tools/httpclient/Session.h"
 
 #include <system_error>
 #include <variant>
@@ -15,34 +15,33 @@ namespace {
 void print(const Information& information, int standardOutput) {
     const int error = writeAll(standardOutput, information.text);
     if (error != 0) {
-        throw Failure(ExitCode::OutputFailed,
+        throw Failure(ExitCode::Failed,
                       "cannot write standard output: " + std::generic_category().message(error));
     }
 }
 
-void execute(const std::vector<std::string>& arguments, Environment& environment) {
+ExitCode execute(const std::vector<std::string>& arguments, Environment& environment) {
     const Command command = parseCommandLine(arguments);
     if (const auto* information = std::get_if<Information>(&command)) {
         print(*information, environment.standardOutput);
-        return;
+        return ExitCode::Success;
     }
-    const auto& options = std::get<GetOptions>(command);
+    const auto& options = std::get<RequestOptions>(command);
     const LogOutput log(environment.errors, options.verbose);
-    download(options, environment);
+    return runSession(options, environment);
 }
 
 }  // namespace
 
 ExitCode run(const std::vector<std::string>& arguments, Environment& environment) noexcept {
     try {
-        execute(arguments, environment);
-        return ExitCode::Success;
+        return execute(arguments, environment);
     } catch (const Failure& failure) {
         environment.errors.failure(failure.what());
         return failure.code();
     } catch (const std::exception& error) {
         environment.errors.failure(error.what());
-        return ExitCode::RequestFailed;
+        return ExitCode::Failed;
     }
 }
 

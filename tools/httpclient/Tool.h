@@ -4,6 +4,7 @@
 #include "tools/httpclient/Interrupts.h"
 
 #include <foundation/httpclient_core/HttpClient.h>
+#include <foundation/httpclient_curl/CurlClientOptions.h>
 
 #include <functional>
 #include <memory>
@@ -14,10 +15,12 @@ namespace foundation::httpclient_tool {
 
 /// What the tool needs of the world around it.
 struct Environment {
-    std::function<std::unique_ptr<httpclient_core::HttpClient>()> makeClient;
+    std::function<std::unique_ptr<httpclient_core::HttpClient>(httpclient_curl::CurlClientOptions)>
+        makeClient;
     int standardOutput;
     ErrorOutput& errors;
     Interrupts& interrupts;
+    int standardInput = 0;
 };
 
 /// The whole program: reads the arguments (without the program's name), does what they say and returns

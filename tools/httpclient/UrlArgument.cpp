@@ -1,6 +1,7 @@
 #include "tools/httpclient/UrlArgument.h"
 
 #include "tools/httpclient/Failure.h"
+#include "tools/httpclient/LowerCase.h"
 
 #include <algorithm>
 #include <charconv>
@@ -10,12 +11,6 @@
 
 namespace foundation::httpclient_tool {
 namespace {
-
-bool equalsIgnoringCase(std::string_view text, std::string_view lowerCase) {
-    return std::equal(
-        text.begin(), text.end(), lowerCase.begin(), lowerCase.end(),
-        [](char a, char b) { return a == b || (a >= 'A' && a <= 'Z' && a - 'A' + 'a' == b); });
-}
 
 void requirePort(std::string_view text) {
     std::uint16_t port = 0;
@@ -50,9 +45,9 @@ httpclient_core::URL parseUrlArgument(const std::string& text) {
         throw Failure(ExitCode::Usage, "the URL has a control character");
     }
     const std::size_t marker = text.find("://");
-    const std::string_view scheme = std::string_view(text).substr(0, marker);
-    const bool secure = equalsIgnoringCase(scheme, "https");
-    if (marker == std::string::npos || (!secure && !equalsIgnoringCase(scheme, "http"))) {
+    const std::string scheme = lowerCase(std::string_view(text).substr(0, marker));
+    const bool secure = scheme == "https";
+    if (marker == std::string::npos || (!secure && scheme != "http")) {
         throw Failure(ExitCode::Usage, "the URL must begin with http:// or https://");
     }
     const std::size_t start = marker + 3;
@@ -63,6 +58,20 @@ httpclient_core::URL parseUrlArgument(const std::string& text) {
         rest.insert(end - start, 1, '/');
     }
     return {(secure ? "https://" : "http://") + rest};
+}
+
+std::string remoteName(const std::string& url) {
+    const std::size_t marker = url.find("://");
+    const std::size_t start = marker == std::string::npos ? 0 : marker + 3;
+    const std::size_t end = std::min(url.find_first_of("?#", start), url.size());
+    const std::size_t slash = url.rfind('/', end == 0 ? 0 : end - 1);
+    std::string name = slash == std::string::npos || slash < start
+                           ? std::string()
+                           : url.substr(slash + 1, end - slash - 1);
+    if (name.empty() || name == "." || name == "..") {
+        throw Failure(ExitCode::Usage, "the URL's path names no file for -O; use -o FILE");
+    }
+    return name;
 }
 
 }  // namespace foundation::httpclient_tool

@@ -12,4 +12,8 @@ namespace foundation::httpclient_tool {
 /// which the library does not know; the text never repeats the URL.
 httpclient_core::URL parseUrlArgument(const std::string& text);
 
+/// Returns the file name for -O: what stands behind the last "/" of the URL's path, as it is.
+/// @throws Failure with `ExitCode::Usage` where that is no name for a file: nothing, ".", "..".
+std::string remoteName(const std::string& url);
+
 }  // namespace foundation::httpclient_tool

@@ -5,8 +5,10 @@
 
 #include <clocale>
 #include <csignal>
+#include <cstdlib>
 #include <fcntl.h>
 #include <iostream>
+#include <string_view>
 #include <unistd.h>
 
 namespace {
@@ -23,6 +25,16 @@ void occupyStandardDescriptors() {
     }
 }
 
+// See no-color.org: any value but the empty one asks for none.
+bool wantsColours() {
+    // NOLINTBEGIN(concurrency-mt-unsafe): no other thread changes the environment
+    const char* const noColour = std::getenv("NO_COLOR");
+    const char* const terminal = std::getenv("TERM");
+    // NOLINTEND(concurrency-mt-unsafe)
+    return (noColour == nullptr || *noColour == '\0') && terminal != nullptr &&
+           std::string_view(terminal) != "dumb";
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -37,8 +49,16 @@ int main(int argc, char** argv) {
     std::signal(SIGXFSZ, SIG_IGN);
     Interrupts interrupts;
     const SignalThread signals(interrupts);
-    ErrorOutput errors(std::cerr, ::isatty(STDERR_FILENO) == 1);
-    Environment environment{[] { return std::make_unique<httpclient_curl::CurlHttpClient>(); },
-                            STDOUT_FILENO, errors, interrupts};
+    const bool isTerminal = ::isatty(STDERR_FILENO) == 1;
+    ErrorOutput errors(std::cerr, isTerminal, isTerminal && wantsColours());
+    Environment environment{
+        .makeClient =
+            [](httpclient_curl::CurlClientOptions options) {
+                return std::make_unique<httpclient_curl::CurlHttpClient>(std::move(options));
+            },
+        .standardOutput = STDOUT_FILENO,
+        .errors = errors,
+        .interrupts = interrupts,
+        .standardInput = STDIN_FILENO};
     return static_cast<int>(run({argv + 1, argv + argc}, environment));
 }

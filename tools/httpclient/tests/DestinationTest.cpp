@@ -6,12 +6,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <array>
-#include <cstdio>
 #include <fcntl.h>
-#include <future>
 #include <sys/stat.h>
-#include <thread>
 #include <unistd.h>
 
 namespace foundation::httpclient_tool {
@@ -25,7 +21,12 @@ using testing::TemporaryFolder;
 class DestinationTest : public ::testing::Test {
 protected:
     std::unique_ptr<Destination> open(const std::filesystem::path& path, int standardOutput = -1) {
-        return openDestination(path, standardOutput, interrupts_);
+        return openDestination(
+            {.path = path, .standardOutput = standardOutput, .url = "http://h/f", .resume = false});
+    }
+
+    static bool fill(Destination& destination, std::string_view bytes) {
+        return destination.append(destination.begin(0, Entity()), bytes);
     }
 
     mode_t permissions(const std::string& name) {
@@ -35,21 +36,31 @@ protected:
     }
 
     TemporaryFolder folder_;
-    Interrupts interrupts_;
 };
 
 TEST_F(DestinationTest, TheFileAppearsWholeWhenPublished) {
     const auto destination = open(folder_ / "f");
-    EXPECT_TRUE(destination->body()->write(0, "content"));
-    EXPECT_THAT(folder_.names(), ElementsAre("f.part"));
+    EXPECT_TRUE(fill(*destination, "content"));
+    EXPECT_THAT(folder_.names(), ElementsAre("f.part", "f.part.journal"));
     destination->publish();
     EXPECT_THAT(folder_.names(), ElementsAre("f"));
     EXPECT_EQ(folder_.read("f"), "content");
 }
 
 TEST_F(DestinationTest, UnpublishedItLeavesNothing) {
-    EXPECT_TRUE(open(folder_ / "f")->body()->write(0, "content"));
+    EXPECT_TRUE(fill(*open(folder_ / "f"), "content"));
     EXPECT_THAT(folder_.names(), IsEmpty());
+}
+
+TEST_F(DestinationTest, OnlyTheLatestBodyIsTaken) {
+    const auto destination = open(folder_ / "f");
+    const std::uint64_t first = destination->begin(0, Entity());
+    EXPECT_TRUE(destination->append(first, "first body"));
+    const std::uint64_t second = destination->begin(0, Entity());
+    EXPECT_FALSE(destination->append(first, "late"));
+    EXPECT_TRUE(destination->append(second, "second"));
+    destination->publish();
+    EXPECT_EQ(folder_.read("f"), "second");
 }
 
 TEST_F(DestinationTest, AnExistingFileStaysUntilPublished) {
@@ -57,12 +68,12 @@ TEST_F(DestinationTest, AnExistingFileStaysUntilPublished) {
     ::chmod((folder_ / "f").c_str(), 06640);
     {
         const auto destination = open(folder_ / "f");
-        EXPECT_TRUE(destination->body()->write(0, "new"));
+        EXPECT_TRUE(fill(*destination, "new"));
         EXPECT_EQ(folder_.read("f"), "old");
     }
     EXPECT_EQ(folder_.read("f"), "old");
     const auto destination = open(folder_ / "f");
-    EXPECT_TRUE(destination->body()->write(0, "new"));
+    EXPECT_TRUE(fill(*destination, "new"));
     destination->publish();
     EXPECT_EQ(folder_.read("f"), "new");
     EXPECT_EQ(permissions("f"), 0640U);
@@ -75,37 +86,13 @@ TEST_F(DestinationTest, ANewFileFollowsTheUmask) {
     EXPECT_EQ(permissions("f"), 0640U);
 }
 
-TEST_F(DestinationTest, ForeignPartFilesAreNeverTouched) {
-    folder_.write("f.part", "foreign");
-    std::filesystem::create_symlink("victim", folder_ / "f.part.1");
-    const auto destination = open(folder_ / "f");
-    EXPECT_TRUE(destination->body()->write(0, "content"));
-    EXPECT_THAT(folder_.names(), ElementsAre("f.part", "f.part.1", "f.part.2"));
-    destination->publish();
-    EXPECT_THAT(folder_.names(), ElementsAre("f", "f.part", "f.part.1"));
-    EXPECT_EQ(folder_.read("f.part"), "foreign");
-    EXPECT_EQ(folder_.read("f"), "content");
-}
-
-TEST_F(DestinationTest, TwoDownloadsOfOneFileDoNotMix) {
-    const auto first = open(folder_ / "f");
-    const auto second = open(folder_ / "f");
-    EXPECT_TRUE(first->body()->write(0, "first"));
-    EXPECT_TRUE(second->body()->write(0, "second"));
-    first->publish();
-    EXPECT_EQ(folder_.read("f"), "first");
-    second->publish();
-    EXPECT_EQ(folder_.read("f"), "second");
-    EXPECT_THAT(folder_.names(), ElementsAre("f"));
-}
-
 TEST_F(DestinationTest, TheFileBehindASymbolicLinkIsReplaced) {
     const TemporaryFolder other;
     other.write("real", "old");
     std::filesystem::create_symlink(other / "real", folder_ / "link");
     const auto destination = open(folder_ / "link");
-    EXPECT_TRUE(destination->body()->write(0, "new"));
-    EXPECT_THAT(other.names(), ElementsAre("real", "real.part"));
+    EXPECT_TRUE(fill(*destination, "new"));
+    EXPECT_THAT(other.names(), ElementsAre("real", "real.part", "real.part.journal"));
     destination->publish();
     EXPECT_TRUE(std::filesystem::is_symlink(folder_ / "link"));
     EXPECT_EQ(other.read("real"), "new");
@@ -113,18 +100,18 @@ TEST_F(DestinationTest, TheFileBehindASymbolicLinkIsReplaced) {
 
 TEST_F(DestinationTest, AFolderThatIsMissingOrNoFolderFailsAtOnce) {
     const std::string missing = (folder_ / "no").string() + "/f";
-    EXPECT_TRUE(failsWith(ExitCode::OutputFailed,
-                          "cannot create " + missing + ".part: No such file or directory",
+    EXPECT_TRUE(failsWith(ExitCode::Failed,
+                          "cannot create " + missing + ".part.journal: No such file or directory",
                           [&] { open(missing); }));
-    EXPECT_TRUE(failsWith(ExitCode::OutputFailed,
+    EXPECT_TRUE(failsWith(ExitCode::Failed,
                           "cannot write " + folder_.path().string() + ": Is a directory",
                           [&] { open(folder_.path()); }));
 }
 
 TEST_F(DestinationTest, ATooLongNameFailsAtOnce) {
     const std::filesystem::path path = folder_ / std::string(255, 'x');
-    EXPECT_TRUE(failsWith(ExitCode::OutputFailed,
-                          "cannot create " + path.string() + ".part: File name too long",
+    EXPECT_TRUE(failsWith(ExitCode::Failed,
+                          "cannot create " + path.string() + ".part.journal: File name too long",
                           [&] { open(path); }));
 }
 
@@ -132,11 +119,13 @@ TEST_F(DestinationTest, AWriteThatFailedIsNeverPublished) {
     folder_.write("f", "old");
     {
         const auto destination = open(folder_ / "f");
+        const std::uint64_t ticket = destination->begin(0, Entity());
         {
             const testing::SmallFilesOnly limit(4);
-            EXPECT_FALSE(destination->body()->write(0, "content"));
+            EXPECT_FALSE(destination->append(ticket, "content"));
         }
-        EXPECT_TRUE(failsWith(ExitCode::OutputFailed,
+        ASSERT_TRUE(destination->trouble().has_value());
+        EXPECT_TRUE(failsWith(ExitCode::Failed,
                               "cannot write " + (folder_ / "f").string() + ": File too large",
                               [&] { destination->publish(); }));
     }
@@ -148,92 +137,36 @@ TEST_F(DestinationTest, ARenameThatFailsLeavesNothing) {
     {
         const auto destination = open(folder_ / "f");
         std::filesystem::create_directory(folder_ / "f");
-        EXPECT_TRUE(failsWith(ExitCode::OutputFailed,
+        EXPECT_TRUE(failsWith(ExitCode::Failed,
                               "cannot write " + (folder_ / "f").string() + ": Is a directory",
                               [&] { destination->publish(); }));
     }
     EXPECT_THAT(folder_.names(), ElementsAre("f"));
 }
 
-TEST_F(DestinationTest, StandardOutputGetsItsBytesWhenPublished) {
+TEST_F(DestinationTest, StandardOutputHasNoName) {
     std::FILE* file = std::tmpfile();
     const auto destination = open({}, ::fileno(file));
     EXPECT_EQ(destination->name(), "standard output");
-    const std::string content(200000, 'x');
-    EXPECT_TRUE(destination->body()->write(0, content));
-    EXPECT_EQ(::lseek(::fileno(file), 0, SEEK_END), 0);
+    EXPECT_TRUE(fill(*destination, "content"));
+    EXPECT_EQ(::lseek(::fileno(file), 0, SEEK_END), 7);
     destination->publish();
-    EXPECT_EQ(::lseek(::fileno(file), 0, SEEK_END), 200000);
     std::fclose(file);
-}
-
-TEST_F(DestinationTest, AFullDeviceIsNoticed) {
-    const auto destination = open("/dev/full");
-    EXPECT_TRUE(destination->body()->write(0, "x"));
-    EXPECT_TRUE(failsWith(ExitCode::OutputFailed, "cannot write /dev/full: No space left on device",
-                          [&] { destination->publish(); }));
-    EXPECT_TRUE(std::filesystem::is_character_file("/dev/full"));
 }
 
 TEST_F(DestinationTest, DevicesAreWrittenNotReplaced) {
     const auto destination = open("/dev/null");
-    EXPECT_TRUE(destination->body()->write(0, "x"));
+    EXPECT_TRUE(fill(*destination, "x"));
     destination->publish();
     EXPECT_TRUE(std::filesystem::is_character_file("/dev/null"));
 }
 
-TEST_F(DestinationTest, APipeIsFilledWhileItsReaderReads) {
-    const std::filesystem::path path = folder_ / "pipe";
-    ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
-    const auto destination = open(path);
-    const std::string content(300000, 'y');
-    EXPECT_TRUE(destination->body()->write(0, content));
-    auto reader = std::async(std::launch::async, [this] { return folder_.read("pipe"); });
-    destination->publish();
-    EXPECT_EQ(reader.get(), content);
-    EXPECT_THAT(folder_.names(), ElementsAre("pipe"));
-}
-
-TEST_F(DestinationTest, APipeThatDoesNotBlockIsWaitedFor) {
-    std::array<int, 2> ends{};
-    ASSERT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0);
-    ASSERT_EQ(::fcntl(ends[1], F_SETFL, O_NONBLOCK), 0);
-    const auto destination = open({}, ends[1]);
-    const std::string content(300000, 'z');
-    EXPECT_TRUE(destination->body()->write(0, content));
-    auto reader = std::async(std::launch::async, [&ends, &content] {
-        std::string text(content.size(), '\0');
-        std::size_t size = 0;
-        while (size < text.size()) {
-            const ssize_t got = ::read(ends[0], text.data() + size, text.size() - size);
-            if (got <= 0) {
-                break;
-            }
-            size += static_cast<std::size_t>(got);
-        }
-        return text;
-    });
-    destination->publish();
-    EXPECT_EQ(reader.get(), content);
-    ::close(ends[0]);
-    ::close(ends[1]);
-}
-
-TEST_F(DestinationTest, AClosedStandardOutputIsAnError) {
-    const auto destination = open({}, -1);
-    EXPECT_TRUE(failsWith(ExitCode::OutputFailed,
-                          "cannot write standard output: Bad file descriptor",
+TEST_F(DestinationTest, AFullDeviceIsNoticed) {
+    const auto destination = open("/dev/full");
+    EXPECT_FALSE(fill(*destination, "x"));
+    EXPECT_TRUE(failsWith(ExitCode::Failed, "cannot write /dev/full: No space left on device",
                           [&] { destination->publish(); }));
-}
-
-TEST_F(DestinationTest, WithoutAFolderForTemporaryFilesItFailsAtOnce) {
-    const char* former = std::getenv("TMPDIR");
-    const std::string saved = former != nullptr ? former : "";
-    ::setenv("TMPDIR", "/nonexistent", 1);
-    EXPECT_TRUE(failsWith(ExitCode::OutputFailed,
-                          "cannot find a folder for temporary files: No such file or directory",
-                          [&] { open({}, 1); }));
-    former != nullptr ? ::setenv("TMPDIR", saved.c_str(), 1) : ::unsetenv("TMPDIR");
+    EXPECT_TRUE(std::filesystem::is_character_file("/dev/full"));
 }
 
 }  // namespace

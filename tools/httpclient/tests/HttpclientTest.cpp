@@ -1,8 +1,7 @@
 // The program itself, as a process, over the real transport and a server on 127.0.0.1.
 #include "tests/support/FlakyFileServer.h"
 #include "tests/support/LoopbackServer.h"
-#include "tools/httpclient/tests/Process.h"
-#include "tools/httpclient/tests/TemporaryFolder.h"
+#include "tools/httpclient/tests/HttpclientFixture.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -15,6 +14,7 @@
 #include <memory>
 #include <poll.h>
 #include <pty.h>
+#include <thread>
 
 namespace foundation::httpclient_tool {
 namespace {
@@ -28,60 +28,8 @@ using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::MatchesRegex;
-using testing::Process;
 
-class HttpclientTest : public ::testing::Test {
-protected:
-    HttpclientTest() {
-        for (const char* name : {"http_proxy", "all_proxy", "ALL_PROXY"}) {
-            ::unsetenv(name);
-        }
-    }
-
-    std::unique_ptr<Process> start(const std::vector<std::string>& arguments) {
-        std::vector<std::string> command = {HTTPCLIENT_PROGRAM};
-        command.insert(command.end(), arguments.begin(), arguments.end());
-        return startCommand(std::move(command), -1);
-    }
-
-    // With standard output and standard error in files, but where a descriptor is given.
-    std::unique_ptr<Process> startCommand(std::vector<std::string> command,
-                                          int standardOutput,
-                                          int standardError = -1) {
-        const int out = openFile("out");
-        const int err = openFile("err");
-        auto process =
-            std::make_unique<Process>(std::move(command), standardOutput < 0 ? out : standardOutput,
-                                      standardError < 0 ? err : standardError);
-        ::close(out);
-        ::close(err);
-        return process;
-    }
-
-    int run(const std::vector<std::string>& arguments) { return start(arguments)->wait(); }
-
-    int getFile(const std::string& url, std::vector<std::string> more = {}) {
-        more.insert(more.begin(), {"get", url, "-o", file()});
-        return run(more);
-    }
-
-    std::string file() const { return (folder_ / "f").string(); }
-    std::string output() const { return logs_.read("out"); }
-    std::string errors() const { return logs_.read("err"); }
-
-    void expectOneLine(const std::string& regex) const {
-        EXPECT_THAT(errors(), MatchesRegex("httpclient: [^\n]*\n"));
-        EXPECT_THAT(errors(), ::testing::ContainsRegex(regex));
-    }
-
-    testing::TemporaryFolder folder_;
-    testing::TemporaryFolder logs_;
-
-private:
-    int openFile(const std::string& name) const {
-        return ::open((logs_ / name).c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-    }
-};
+using HttpclientTest = testing::HttpclientFixture;
 
 FlakyFileServer::Options flaky(int drops) {
     FlakyFileServer::Options options;
@@ -128,14 +76,88 @@ TEST_F(HttpclientTest, VerboseNeverMixesIntoTheBody) {
     EXPECT_THAT(errors(), HasSubstr("* standard output: 3.0 MB in "));
 }
 
-TEST_F(HttpclientTest, GivesUpAfterTheLastRetryAndLeavesNothing) {
-    const FlakyFileServer server(flaky(100));
+TEST_F(HttpclientTest, GivesUpAfterTheLastRetryAndKeepsWhatCanBeContinued) {
+    const FlakyFileServer server(flaky(3));
     folder_.write("f", "old");
-    EXPECT_EQ(getFile(server.url(), {"--retries", "1"}), 3);
-    expectOneLine("127\\.0\\.0\\.1");
-    EXPECT_THAT(folder_.names(), ElementsAre("f"));
+    EXPECT_EQ(getFile(server.url(), {"--retries", "1"}), 1);
+    expectOneLine("127\\.0\\.0\\.1.*; 1400000 bytes are kept, run again with --resume");
+    EXPECT_THAT(folder_.names(), ElementsAre("f", "f.part", "f.part.journal"));
     EXPECT_EQ(folder_.read("f"), "old");
     EXPECT_EQ(server.requests().size(), 2U);
+    EXPECT_EQ(getFile(server.url(), {"--resume"}), 0);
+    EXPECT_TRUE(folder_.read("f") == server.content());
+    EXPECT_THAT(folder_.names(), ElementsAre("f"));
+    const auto requests = server.requests();
+    ASSERT_EQ(requests.size(), 4U);
+    EXPECT_EQ(requests[2].header("Range"), "bytes=1400000-");
+    EXPECT_EQ(requests[2].header("If-Range"), "\"v1-3000000\"");
+    EXPECT_THAT(requests[3].header("Range"), ::testing::StartsWith("bytes=2100000-"));
+}
+
+TEST_F(HttpclientTest, AnInterruptedDownloadThatCanBeContinuedIs) {
+    FlakyFileServer::Options options = flaky(0);
+    options.bytesPerSecond = 10'000'000;
+    const FlakyFileServer server(options);
+    const auto process = start({"get", server.url(), "-o", file()});
+    while (!std::filesystem::exists(folder_ / "f.part") ||
+           std::filesystem::file_size(folder_ / "f.part") == 0) {
+        std::this_thread::yield();
+    }
+    process->send(SIGINT);
+    EXPECT_EQ(process->wait(), 130);
+    expectOneLine("interrupted; [0-9]+ bytes are kept, run again with --resume");
+    EXPECT_EQ(getFile(server.url(), {"--resume"}), 0);
+    EXPECT_TRUE(folder_.read("f") == server.content());
+    EXPECT_NE(server.requests().back().header("Range"), "");
+}
+
+// Breaks off in the middle of the first answer; then there is another version.
+class ChangingServer {
+public:
+    ChangingServer()
+        : server_([](const ReceivedRequest& request, Connection& connection) {
+              if (request.number == 0) {
+                  connection.send(
+                      "HTTP/1.1 200 OK\r\nAccept-Ranges: bytes\r\nETag: \"1\"\r\n"
+                      "Content-Length: 10\r\n\r\nold o");
+                  connection.close();
+              } else {
+                  connection.sendResponse(200, "OK", {{"ETag", "\"2\""}}, "a new version");
+              }
+          }) {}
+    LoopbackServer* operator->() { return &server_; }
+
+private:
+    LoopbackServer server_;
+};
+
+TEST_F(HttpclientTest, AFileThatChangedSinceIsFetchedFromItsStart) {
+    ChangingServer server;
+    EXPECT_EQ(getFile(server->url(), {"--retries", "0"}), 1);
+    EXPECT_THAT(errors(), EndsWith("5 bytes are kept, run again with --resume\n"));
+    EXPECT_EQ(getFile(server->url(), {"--resume"}), 0);
+    EXPECT_EQ(folder_.read("f"), "a new version");
+    const auto requests = server->requests();
+    ASSERT_EQ(requests.size(), 2U);
+    EXPECT_EQ(requests[1].header("Range"), "bytes=5-");
+    EXPECT_EQ(requests[1].header("If-Range"), "\"1\"");
+}
+
+TEST_F(HttpclientTest, APipeNeverGetsAMixOfTwoVersions) {
+    ChangingServer server;
+    EXPECT_EQ(run({"get", server->url()}), 9);
+    expectOneLine("standard output: the resource changed after 5 bytes had gone out");
+    EXPECT_EQ(output(), "old o");
+}
+
+TEST_F(HttpclientTest, APartOfAnotherUrlIsNine) {
+    ChangingServer server;
+    EXPECT_EQ(getFile(server->url("/a"), {"--retries", "0"}), 1);
+    EXPECT_EQ(getFile(server->url("/b"), {"--resume"}), 9);
+    expectOneLine("f\\.part: it belongs to another URL");
+    EXPECT_EQ(server->requestCount(), 1);
+    EXPECT_EQ(getFile(server->url("/b")), 0);
+    EXPECT_THAT(folder_.names(), ElementsAre("f"));
 }
 
 TEST_F(HttpclientTest, AServerErrorInBetweenDoesNotSpoilTheFile) {
@@ -173,21 +195,22 @@ TEST_F(HttpclientTest, AChangedFileIsNotMixedWithTheOldOne) {
     EXPECT_EQ(folder_.read("f"), "new file");
 }
 
-TEST_F(HttpclientTest, NotFoundIsOne) {
+TEST_F(HttpclientTest, NotFoundIsFour) {
     LoopbackServer server([](const ReceivedRequest&, Connection& connection) {
         connection.sendResponse(404, "Not Found", {}, "an error page");
     });
-    EXPECT_EQ(getFile(server.url("/x?token=secret")), 1);
-    EXPECT_EQ(errors(), "httpclient: " + server.url("/x?...") + ": HTTP status 404 Not Found\n");
+    EXPECT_EQ(getFile(server.url("/x?token=secret")), 4);
+    EXPECT_EQ(errors(), "httpclient: " + server.url("/x?...") +
+                            ": HTTP status 404 Not Found; check the URL\n");
     EXPECT_THAT(folder_.names(), IsEmpty());
-    EXPECT_EQ(run({"get", server.url()}), 1);
+    EXPECT_EQ(run({"get", server.url()}), 4);
     EXPECT_EQ(output(), "");
 }
 
-TEST_F(HttpclientTest, WrongUsageIsTwo) {
-    EXPECT_EQ(run({}), 2);
+TEST_F(HttpclientTest, WrongUsageIs64) {
+    EXPECT_EQ(run({}), 64);
     expectOneLine("--help");
-    EXPECT_EQ(run({"get", "ftp://127.0.0.1/"}), 2);
+    EXPECT_EQ(run({"get", "ftp://127.0.0.1/"}), 64);
     expectOneLine("http:// or https://");
 }
 
@@ -198,94 +221,96 @@ TEST_F(HttpclientTest, HelpAndVersionAreZero) {
     EXPECT_THAT(output(), MatchesRegex("httpclient [0-9.]+\n"));
 }
 
-TEST_F(HttpclientTest, AConnectionRefusedIsThree) {
+TEST_F(HttpclientTest, AConnectionRefusedIsOne) {
     std::string url;
     {
         const LoopbackServer gone([](const ReceivedRequest&, Connection&) {});
         url = gone.url();
     }
-    EXPECT_EQ(getFile(url, {"--retries", "1"}), 3);
+    EXPECT_EQ(getFile(url, {"--retries", "1"}), 1);
     expectOneLine("libcurl 7\\)");
     EXPECT_THAT(folder_.names(), IsEmpty());
 }
 
-TEST_F(HttpclientTest, AShortBodyIsThree) {
+TEST_F(HttpclientTest, AShortBodyIsOne) {
     LoopbackServer server([](const ReceivedRequest&, Connection& connection) {
         connection.send("HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\n0123");
         connection.close();
     });
-    EXPECT_EQ(getFile(server.url(), {"--retries", "0"}), 3);
+    EXPECT_EQ(getFile(server.url(), {"--retries", "0"}), 1);
     EXPECT_THAT(folder_.names(), IsEmpty());
-    EXPECT_EQ(run({"get", server.url(), "--retries", "0"}), 3);
-    EXPECT_EQ(output(), "");
+    // What came is of the right version as far as it goes, and went out.
+    EXPECT_EQ(run({"get", server.url(), "--retries", "0"}), 1);
+    EXPECT_EQ(output(), "0123");
 }
 
-TEST_F(HttpclientTest, AnUnaskedPartIsThree) {
+TEST_F(HttpclientTest, AnUnaskedPartIsOne) {
     LoopbackServer server([](const ReceivedRequest&, Connection& connection) {
         connection.sendResponse(206, "Partial Content", {{"Content-Range", "bytes 6-9/10"}},
                                 "6789");
     });
-    EXPECT_EQ(getFile(server.url(), {"--retries", "0"}), 3);
+    EXPECT_EQ(getFile(server.url(), {"--retries", "0"}), 1);
     EXPECT_THAT(folder_.names(), IsEmpty());
 }
 
-TEST_F(HttpclientTest, ATlsProblemIsThreeAndNotRetried) {
+TEST_F(HttpclientTest, ATlsProblemIsSevenAndNotRetried) {
     LoopbackServer server([](const ReceivedRequest&, Connection&) {});
     logs_.write("ca.pem", "no certificate");
     const std::string url = "https://127.0.0.1:" + std::to_string(server.port()) + "/";
-    EXPECT_EQ(getFile(url, {"--cacert", (logs_ / "ca.pem").string()}), 3);
-    EXPECT_THAT(errors(), MatchesRegex("httpclient: [^\n]*\\(libcurl 77\\)\n"));
+    EXPECT_EQ(getFile(url, {"--cacert", (logs_ / "ca.pem").string()}), 7);
+    EXPECT_THAT(errors(), MatchesRegex("httpclient: [^\n]*\\(libcurl 77\\); [^\n]*\n"));
     EXPECT_LE(server.connectionCount(), 1);
 }
 
-TEST_F(HttpclientTest, MaxTimeIsFour) {
+TEST_F(HttpclientTest, MaxTimeIsTwo) {
     LoopbackServer server([](const ReceivedRequest&, Connection& connection) {
         connection.send("HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\n0123");
         connection.waitForPeerToClose();
     });
-    EXPECT_EQ(getFile(server.url(), {"--max-time", "0.2"}), 4);
+    EXPECT_EQ(getFile(server.url(), {"--max-time", "0.2"}), 2);
     expectOneLine("max-time");
     EXPECT_THAT(folder_.names(), IsEmpty());
 }
 
-TEST_F(HttpclientTest, AFullDeviceIsFive) {
+TEST_F(HttpclientTest, AFullDeviceIsOne) {
     const FlakyFileServer server(flaky(0));
-    EXPECT_EQ(run({"get", server.url(), "-o", "/dev/full"}), 5);
+    EXPECT_EQ(run({"get", server.url(), "-o", "/dev/full"}), 1);
     expectOneLine("/dev/full: No space left on device");
 }
 
-TEST_F(HttpclientTest, AFullStandardOutputIsFive) {
+TEST_F(HttpclientTest, AFullStandardOutputIsOne) {
     const FlakyFileServer server(flaky(0));
     const int full = ::open("/dev/full", O_WRONLY | O_CLOEXEC);
-    EXPECT_EQ(startCommand({HTTPCLIENT_PROGRAM, "get", server.url()}, full)->wait(), 5);
+    EXPECT_EQ(startCommand({HTTPCLIENT_PROGRAM, "get", server.url()}, full)->wait(), 1);
     expectOneLine("standard output: No space left on device");
-    EXPECT_EQ(startCommand({HTTPCLIENT_PROGRAM, "--version"}, full)->wait(), 5);
+    EXPECT_EQ(startCommand({HTTPCLIENT_PROGRAM, "--version"}, full)->wait(), 1);
     expectOneLine("standard output: No space left on device");
     ::close(full);
 }
 
-TEST_F(HttpclientTest, AFileThatCannotGrowIsFiveAndNotRetried) {
+TEST_F(HttpclientTest, AFileThatCannotGrowIsOneAndNotRetried) {
     const FlakyFileServer server(flaky(0));
     folder_.write("f", "old");
     EXPECT_EQ(startCommand({"sh", "-c", "ulimit -f 64; exec \"$0\" \"$@\"", HTTPCLIENT_PROGRAM,
                             "get", server.url(), "-o", file()},
                            -1)
                   ->wait(),
-              5);
+              1);
     expectOneLine("File too large");
     EXPECT_THAT(folder_.names(), ElementsAre("f"));
     EXPECT_EQ(folder_.read("f"), "old");
     EXPECT_EQ(server.requests().size(), 1U);
 }
 
-TEST_F(HttpclientTest, AClosedStandardOutputIsFive) {
+TEST_F(HttpclientTest, AClosedStandardOutputIsOneBeforeAnythingIsSent) {
     const FlakyFileServer server(flaky(0));
     EXPECT_EQ(
         startCommand(
             {"sh", "-c", "exec \"$0\" get \"$1\" <&- >&-", HTTPCLIENT_PROGRAM, server.url()}, -1)
             ->wait(),
-        5);
+        1);
     expectOneLine("standard output: Bad file descriptor");
+    EXPECT_TRUE(server.requests().empty());
 }
 
 TEST_F(HttpclientTest, AFileIsWholeWithoutAnyStandardDescriptor) {
@@ -298,12 +323,12 @@ TEST_F(HttpclientTest, AFileIsWholeWithoutAnyStandardDescriptor) {
     EXPECT_TRUE(folder_.read("f") == server.content());
 }
 
-TEST_F(HttpclientTest, AReaderThatWentAwayIsFive) {
+TEST_F(HttpclientTest, AReaderThatWentAwayIsOne) {
     const FlakyFileServer server(flaky(0));
     std::array<int, 2> ends{};
     ASSERT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0);
     ::close(ends[0]);
-    EXPECT_EQ(startCommand({HTTPCLIENT_PROGRAM, "get", server.url()}, ends[1])->wait(), 5);
+    EXPECT_EQ(startCommand({HTTPCLIENT_PROGRAM, "get", server.url()}, ends[1])->wait(), 1);
     ::close(ends[1]);
     expectOneLine("standard output: Broken pipe");
 }
@@ -322,7 +347,7 @@ TEST_P(InterruptedHttpclientTest, EndsInTheMiddleOfABodyAndLeavesNothing) {
     folder_.write("f", "old");
     const auto process = start({"get", server.url(), "-o", file()});
     underWay.get_future().wait();
-    EXPECT_THAT(folder_.names(), ElementsAre("f", "f.part"));
+    EXPECT_THAT(folder_.names(), ElementsAre("f", "f.part", "f.part.journal"));
     process->send(GetParam());
     EXPECT_EQ(process->wait(), 130);
     EXPECT_EQ(errors(), "httpclient: interrupted\n");
@@ -393,7 +418,8 @@ TEST_F(HttpclientTest, ShowsProgressOnATerminal) {
     }
     ::close(terminal);
     EXPECT_EQ(process->wait(), 0);
-    EXPECT_THAT(shown, ::testing::ContainsRegex("\r.\\[K[0-9.]+ [kM]B of 3\\.0 MB, [0-9]+ %"));
+    EXPECT_THAT(shown,
+                ::testing::ContainsRegex("\r.\\[K[^\r]*[0-9.]+ [kM]B of 3\\.0 MB, [0-9]+ %"));
     EXPECT_THAT(shown, ::testing::ContainsRegex("3\\.0 MB in [0-9.]+ s, [^\r\n]*, 1 retry\r\n$"));
 }
 

@@ -3,6 +3,7 @@
 #include <foundation/httpclient_core/HttpRequestCancelledException.h>
 #include <foundation/httpclient_core/HttpRequestFailedException.h>
 #include <foundation/httpclient_core/detail/BackoffHook.h>
+#include <foundation/httpclient_curl/AttemptReport.h>
 
 #include <gtest/gtest.h>
 
@@ -11,6 +12,7 @@
 #include <deque>
 #include <functional>
 #include <iostream>
+#include <map>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -53,25 +55,39 @@ inline void writeBody(httpclient_core::HttpResponse& response, const std::string
     }
 }
 
+/// Sets the head of an answer as a transport does: a body of an earlier answer is not continued.
+inline void beginAnswer(httpclient_core::HttpResponse& response,
+                        int code,
+                        const std::string& reason,
+                        const httpclient_core::HttpHeaders& headers) {
+    response.setResponseCodeAndReason(httpclient_core::HttpResponseCode{code}, reason);
+    response.setHeaders(headers);
+    response.resetResponseBody();
+}
+
 /// An answer with these parts.
 inline Script::Step answer(int code,
                            const std::string& reason,
                            const std::string& body,
                            const httpclient_core::HttpHeaders& headers = {}) {
     return [=](httpclient_core::HttpRequest&, httpclient_core::HttpResponse& response) {
-        response.setResponseCodeAndReason(httpclient_core::HttpResponseCode{code}, reason);
-        response.setHeaders(headers);
+        beginAnswer(response, code, reason, headers);
         if (!body.empty()) {
             writeBody(response, body);
         }
     };
 }
 
-/// A file server that knows ranges and breaks off after `count` bytes of body.
-inline Script::Step serveThenBreak(const std::string& content, std::size_t count) {
+/// A file server that knows ranges and breaks off after `count` bytes of body. With an `etag` it sends that
+/// and heeds If-Range.
+inline Script::Step serveThenBreak(const std::string& content,
+                                   std::size_t count,
+                                   const std::string& etag = "") {
     return [=](httpclient_core::HttpRequest& request, httpclient_core::HttpResponse& response) {
         using namespace httpclient_core;
-        const std::string range = request.getHeaders().getHeaderValueOr("Range", "");
+        const std::string condition = request.getHeaders().getHeaderValueOr("If-Range", etag);
+        const std::string range =
+            condition == etag ? request.getHeaders().getHeaderValueOr("Range", "") : "";
         const std::size_t first = range.empty() ? 0 : std::stoul(range.substr(6));
         const std::string body = content.substr(first);
         HttpHeaders headers{{"Accept-Ranges", "bytes"},
@@ -81,9 +97,15 @@ inline Script::Step serveThenBreak(const std::string& content, std::size_t count
                                                         std::to_string(content.size() - 1) + "/" +
                                                         std::to_string(content.size()));
         }
-        response.setResponseCodeAndReason(
-            range.empty() ? HttpResponseCode::OK : HttpResponseCode::PartialContent, "");
-        response.setHeaders(headers);
+        if (!etag.empty()) {
+            headers.addHeaderValue("ETag", etag);
+        }
+        if (range.empty()) {
+            beginAnswer(response, 200, "", headers);
+        } else {
+            response.setResponseCodeAndReason(HttpResponseCode::PartialContent, "");
+            response.setHeaders(headers);
+        }
         writeBody(response, body.substr(0, count));
         if (request.hasProgressCallback()) {
             request.getProgressCallback()({static_cast<std::int64_t>(body.size()),
@@ -96,8 +118,8 @@ inline Script::Step serveThenBreak(const std::string& content, std::size_t count
     };
 }
 
-inline Script::Step serve(const std::string& content) {
-    return serveThenBreak(content, content.size());
+inline Script::Step serve(const std::string& content, const std::string& etag = "") {
+    return serveThenBreak(content, content.size(), etag);
 }
 
 /// An attempt that ends with this error before any answer.
@@ -111,7 +133,8 @@ Script::Step failWith(const Arguments&... arguments) {
 /// A client whose attempts follow a script, on a thread of its own.
 class ScriptedClient final : public httpclient_core::HttpClient {
 public:
-    explicit ScriptedClient(Script& script) : script_(script), worker_([this] { work(); }) {}
+    explicit ScriptedClient(Script& script, httpclient_curl::AttemptObserver observer = {})
+        : script_(script), observer_(std::move(observer)), worker_([this] { work(); }) {}
     ~ScriptedClient() override {
         {
             const std::lock_guard lock(mutex_);
@@ -136,11 +159,12 @@ public:
     }
     void sendAsyncRequest(httpclient_core::HttpRequest request,
                           httpclient_core::HttpResponse response,
-                          unsigned long /*requestId*/,
+                          unsigned long requestId,
                           CompletionHandler handler) const override {
         {
             const std::lock_guard lock(mutex_);
-            attempts_.push_back({std::move(request), std::move(response), std::move(handler)});
+            attempts_.push_back(
+                {std::move(request), std::move(response), requestId, std::move(handler)});
         }
         changed_.notify_one();
     }
@@ -157,6 +181,7 @@ private:
     struct Attempt {
         httpclient_core::HttpRequest request;
         httpclient_core::HttpResponse response;
+        unsigned long id;
         CompletionHandler handler;
     };
 
@@ -184,12 +209,26 @@ private:
         } catch (...) {
             error = std::current_exception();
         }
+        tell(attempt, error);
         const httpclient_core::detail::BackoffScope scope([this](std::chrono::milliseconds delay) {
             script_.waits.push_back(delay);
             script_.onWait();
             return true;
         });
         attempt.handler(std::move(attempt.request), std::move(attempt.response), error);
+    }
+
+    void tell(const Attempt& attempt, const std::exception_ptr& error) {
+        if (observer_) {
+            httpclient_curl::AttemptReport report;
+            report.requestId = attempt.id;
+            report.attempt = ++attemptsOf_[attempt.id];
+            report.method = attempt.request.getHttpMethod();
+            report.url = "http://example.test/f";
+            report.code = attempt.response.getResponseCode();
+            report.error = error;
+            observer_(report);
+        }
     }
 
     Script::Step nextStep() {
@@ -209,6 +248,8 @@ private:
     }
 
     Script& script_;
+    httpclient_curl::AttemptObserver observer_;
+    std::map<unsigned long, int> attemptsOf_;
     mutable std::mutex mutex_;  // guards what follows
     mutable std::condition_variable changed_;
     mutable std::deque<Attempt> attempts_;

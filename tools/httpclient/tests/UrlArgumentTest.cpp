@@ -90,5 +90,21 @@ INSTANTIATE_TEST_SUITE_P(
                       Refused{"LineEnd", "http://h/\r\nX: y", "the URL has a control character"}),
     [](const auto& row) { return row.param.label; });
 
+TEST(RemoteNameTest, IsTheEndOfThePath) {
+    EXPECT_EQ(remoteName("http://h/a/file.bin"), "file.bin");
+    EXPECT_EQ(remoteName("http://h/a/file.bin?x=/y#/z"), "file.bin");
+    EXPECT_EQ(remoteName("http://h/a%2Fb"), "a%2Fb");
+    EXPECT_EQ(remoteName("http://h/..a"), "..a");
+}
+
+TEST(RemoteNameTest, RefusesWhatIsNoNameForAFile) {
+    for (const char* url : {"http://h", "http://h/", "http://h/a/", "http://h/?a/b", "http://h/.",
+                            "http://h/a/..", "http://h/a/..?x"}) {
+        EXPECT_TRUE(failsWith(ExitCode::Usage, "the URL's path names no file for -O; use -o FILE",
+                              [=] { remoteName(url); }))
+            << url;
+    }
+}
+
 }  // namespace
 }  // namespace foundation::httpclient_tool

@@ -155,6 +155,10 @@ void ResumeGuard::commit(const HeaderBlock& block, Verdict verdict) {
     }
     if (verdict == Verdict::Replace) {
         resetBody();
+    } else if (!resuming_) {
+        // Nothing is held; but the stream may have been made for an earlier answer, and a factory that
+        // looks at the code wants to see this one. No effect on a stream that stands at its start.
+        response_.resetResponseBody();
     }
     const bool isPartial = block.code() == HttpResponseCode::PartialContent;
     const std::optional<ByteRange> sent =

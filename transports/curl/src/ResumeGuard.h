@@ -53,7 +53,8 @@ public:
     /// False once they differ: the answer does not continue the body.
     bool compare(std::string_view& data);
     bool isComparing() const noexcept { return overlap_.has_value() && !overlap_->isComplete(); }
-    /// The answer is delivered from here on. Resets the body for `Verdict::Replace`.
+    /// The answer is delivered from here on. Resets the body unless the answer continues it or is held
+    /// aside, so that a stream factory sees the head of the answer which its stream is for.
     void commit(const HeaderBlock& block, Verdict verdict);
     /// The body of an answer that was held aside goes into the response body after all, with the `size`
     /// bytes of it that were dropped.

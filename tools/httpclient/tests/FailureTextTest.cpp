@@ -1,0 +1,133 @@
+#include "tools/httpclient/FailureText.h"
+
+#include <foundation/httpclient_core/HttpRequestCancelledException.h>
+#include <foundation/httpclient_core/HttpRequestFailedException.h>
+#include <foundation/httpclient_core/HttpRequestTimeoutException.h>
+
+#include <gtest/gtest.h>
+
+#include <ostream>
+
+namespace foundation::httpclient_tool {
+namespace {
+
+using namespace httpclient_core;
+
+Outcome failed(const std::string& text) {
+    return {{}, std::make_exception_ptr(HttpRequestFailedException(text))};
+}
+
+Outcome answered(int code, const std::string& reason = "", const HttpHeaders& headers = {}) {
+    Outcome outcome;
+    outcome.response.setResponseCodeAndReason(HttpResponseCode{code}, reason);
+    outcome.response.setHeaders(headers);
+    return outcome;
+}
+
+TEST(FailureTextTest, SaysWhatWhereAndWhatToTry) {
+    const Failure failure = failureFor(answered(404, "Not Found"), "http://h/f");
+    EXPECT_EQ(failure.code(), ExitCode::ClientError);
+    EXPECT_STREQ(failure.what(), "http://h/f: HTTP status 404 Not Found; check the URL");
+}
+
+TEST(FailureTextTest, OnlyA2xxWithoutAnErrorIsASuccess) {
+    EXPECT_TRUE(isSuccessful(answered(200)));
+    EXPECT_TRUE(isSuccessful(answered(206)));
+    EXPECT_FALSE(isSuccessful(answered(304)));
+    Outcome broken = answered(200);
+    broken.error = failed("transfer closed").error;
+    EXPECT_FALSE(isSuccessful(broken));
+}
+
+TEST(FailureTextTest, AFailureStaysAsItIs) {
+    const Failure failure = failureFor(
+        Outcome{{}, std::make_exception_ptr(Failure(ExitCode::ResumeRefused, "as it is"))}, "url");
+    EXPECT_EQ(failure.code(), ExitCode::ResumeRefused);
+    EXPECT_STREQ(failure.what(), "as it is");
+}
+
+TEST(FailureTextTest, ARefusingProxyIsTheProxysOnlyWhereItIsKnown) {
+    EXPECT_EQ(failureFor(answered(407, "", {{"QZ-Internal-Proxy-Info", "p:1"}}), "u").code(),
+              ExitCode::ProxyAuthentication);
+    EXPECT_EQ(failureFor(answered(407), "u").code(), ExitCode::ClientError);
+}
+
+TEST(FailureTextTest, OtherErrorsNameTheUrl) {
+    EXPECT_EQ(
+        failureFor(Outcome{{}, std::make_exception_ptr(HttpRequestTimeoutException())}, "u").code(),
+        ExitCode::TimedOut);
+    EXPECT_STREQ(
+        failureFor(Outcome{{}, std::make_exception_ptr(HttpRequestCancelledException())}, "u")
+            .what(),
+        "u: cancelled; try again");
+    EXPECT_STREQ(failureFor(Outcome{{}, std::make_exception_ptr(std::bad_alloc())}, "u").what(),
+                 "u: std::bad_alloc; try again");
+    EXPECT_STREQ(failureFor(Outcome{{}, std::make_exception_ptr(7)}, "u").what(),
+                 "u: unknown error; try again");
+}
+
+struct Row {
+    const char* label;
+    const char* text;
+    ExitCode expected;
+    friend std::ostream& operator<<(std::ostream& os, const Row& row) { return os << row.label; }
+};
+
+class FailedRequestCodeTest : public ::testing::TestWithParam<Row> {};
+
+TEST_P(FailedRequestCodeTest, IsReadFromTheText) {
+    const Failure failure = failureFor(failed(GetParam().text), "http://h/f");
+    EXPECT_EQ(failure.code(), GetParam().expected);
+    const std::string text = failure.what();
+    EXPECT_TRUE(text.starts_with(std::string(GetParam().text) + "; ")) << text;
+    EXPECT_EQ(text.find('\n'), std::string::npos);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Table,
+    FailedRequestCodeTest,
+    ::testing::Values(
+        Row{"Refused", "GET http://h/: refused (libcurl 7)", ExitCode::Failed},
+        Row{"UnknownHost", "GET http://h/: could not resolve (libcurl 6)", ExitCode::Failed},
+        Row{"Broken", "GET http://h/: transfer closed (libcurl 18)", ExitCode::Failed},
+        Row{"Handshake", "GET https://h/: handshake (libcurl 35)", ExitCode::Tls},
+        Row{"Certificate", "GET https://h/: TLS verification: x (libcurl 60)", ExitCode::Tls},
+        Row{"CertificateFile", "GET https://h/: TLS verification: x (libcurl 77)", ExitCode::Tls},
+        Row{"RevocationList", "x (libcurl 82)", ExitCode::Tls},
+        Row{"Redirects", "GET http://h/: Maximum number of redirects (5) reached",
+            ExitCode::TooManyRedirects},
+        Row{"NumberElsewhere", "(libcurl 60) said the proxy", ExitCode::Failed},
+        Row{"NoNumber", "GET http://h/: x (libcurl many)", ExitCode::Failed}),
+    [](const auto& row) { return row.param.label; });
+
+struct Status {
+    int code;
+    ExitCode expected;
+    friend std::ostream& operator<<(std::ostream& os, const Status& row) { return os << row.code; }
+};
+
+class StatusCodeTest : public ::testing::TestWithParam<Status> {};
+
+TEST_P(StatusCodeTest, HasItsExitCode) {
+    EXPECT_EQ(failureFor(answered(GetParam().code), "u").code(), GetParam().expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(Table,
+                         StatusCodeTest,
+                         ::testing::Values(Status{101, ExitCode::Failed},
+                                           Status{300, ExitCode::Redirection},
+                                           Status{304, ExitCode::Redirection},
+                                           Status{399, ExitCode::Redirection},
+                                           Status{400, ExitCode::ClientError},
+                                           Status{401, ExitCode::ClientError},
+                                           Status{403, ExitCode::ClientError},
+                                           Status{410, ExitCode::ClientError},
+                                           Status{416, ExitCode::ClientError},
+                                           Status{429, ExitCode::ClientError},
+                                           Status{499, ExitCode::ClientError},
+                                           Status{500, ExitCode::ServerError},
+                                           Status{599, ExitCode::ServerError}),
+                         [](const auto& row) { return std::to_string(row.param.code); });
+
+}  // namespace
+}  // namespace foundation::httpclient_tool
