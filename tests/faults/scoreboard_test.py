@@ -128,6 +128,16 @@ class ScoreboardTest(unittest.TestCase):
         finally:
             scoreboard.TIME_LIMIT = limit
 
+    def test_wants_the_beginning_of_one_version_in_a_pipe_that_failed(self):
+        right = [b"0123456789", b"abcdefghij"]
+        for got, verdict in ((b"0123456789", scoreboard.HONEST), (b"abc", scoreboard.HONEST),
+                             (b"", scoreboard.HONEST), (b"012d", scoreboard.CORRUPT),
+                             (b"0123456789a", scoreboard.CORRUPT)):
+            self.assertEqual(scoreboard.judge(9, got, True, right), (verdict, 9))
+        self.assertEqual(scoreboard.judge(0, b"abcdefghij", True, right), (scoreboard.EXACT, 0))
+        self.assertEqual(scoreboard.judge(0, b"abcdefghi", True, right), (scoreboard.CORRUPT, 0))
+        self.assertEqual(scoreboard.judge(9, None, False, right), (scoreboard.HONEST, 9))
+
     def test_does_not_count_a_program_that_never_asked(self):
         with self.assertRaises(RuntimeError):
             self.play([sys.executable, "-c", "pass", "{url}"])
