@@ -466,6 +466,7 @@ Exchange::Next Exchange::finish(CURLcode code) noexcept {
     sent_ = sent_ || info<curl_off_t>(handle(), CURLINFO_PRETRANSFER_TIME_T) > 0;
     Next next = Next::Done;
     try {
+        hop_->tlsEnd.stop();
         next = conclude(code);
     } catch (...) {
         error_ = std::current_exception();
