@@ -89,7 +89,7 @@ private:
         std::int64_t headerBytes = 0;
         std::int64_t swallowedBytes = 0;
         bool inBlock = false;
-        bool answered = false;     ///< A byte of the answer has come.
+        bool answered = false;        ///< A byte of the answer has come.
         bool repeatsAllowed = false;  ///< Refused with 407 or 417, and not sent again yet.
         bool undecided = false;    ///< The block is delivered unless libcurl repeats the request.
         bool redirects = false;    ///< The answer sends the client elsewhere; its body is dropped.
