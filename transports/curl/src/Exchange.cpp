@@ -389,6 +389,7 @@ void Exchange::onBlock() {
     hop_->undecided = (code == HttpResponseCode::ProxyAuthenticationRequired &&
                        hop_->pass.has_value() && hop_->pass->libcurlAnswers()) ||
                       (code == HttpResponseCode::ExpectationFailed && headers_->hasExpect());
+    hop_->repeatsAllowed = hop_->undecided;
     if (!hop_->undecided) {
         commit(block);
     }
@@ -461,6 +462,8 @@ void Exchange::onBody(std::string_view data) {
 }
 
 std::size_t Exchange::onRead(char* buffer, std::size_t size) {
+    // From here on the server may act on the request.
+    hop_->repeatsAllowed = false;
     const std::size_t got = upload_.has_value() ? upload_->read(buffer, size) : 0;
     reportProgress(Clock::now(), false);
     return got;
@@ -468,9 +471,8 @@ std::size_t Exchange::onRead(char* buffer, std::size_t size) {
 
 int Exchange::onSeek() {
     // A connection that was reused and died may have carried the whole request; only the caller knows
-    // whether it may be sent twice. With an answer on record libcurl repeats for a proxy login.
-    // Nothing was done either with a stream that an HTTP/2 server refused.
-    if (mayHaveSideEffects(method_) && !hop_->answered && !hop_->stream.wasRefused()) {
+    // whether it may be sent twice. Nothing was done with one that was refused.
+    if (mayHaveSideEffects(method_) && !hop_->repeatsAllowed && !hop_->stream.wasRefused()) {
         return CURL_SEEKFUNC_FAIL;
     }
     return !upload_.has_value() || upload_->rewind() ? CURL_SEEKFUNC_OK : CURL_SEEKFUNC_FAIL;

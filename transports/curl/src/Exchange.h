@@ -102,7 +102,8 @@ private:
         bool isChunked = false;  ///< The body comes in chunks.
         bool isSoiled = false;  ///< Bytes waited on the connection before anything was asked on it.
         bool inBlock = false;
-        bool answered = false;   ///< A byte of the answer has come.
+        bool answered = false;        ///< A byte of the answer has come.
+        bool repeatsAllowed = false;  ///< Refused with 407 or 417, and not sent again yet.
         bool undecided = false;  ///< The block is delivered unless libcurl repeats the request.
         bool compares = false;   ///< The block is delivered once its body proved to continue ours.
         bool redirects = false;  ///< The answer sends the client elsewhere; its body is dropped.

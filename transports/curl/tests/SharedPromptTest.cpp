@@ -93,7 +93,7 @@ TEST(SharedPromptTest, ARefusalByTheUserHoldsForThoseThatWaited) {
         std::this_thread::yield();
     }
     // Between its arrival and its turn a thread has one statement to go.
-    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    std::this_thread::sleep_for(std::chrono::seconds(1));
     release.set_value();
     for (auto& answer : answers) {
         EXPECT_FALSE(answer.get().has_value());
