@@ -168,7 +168,8 @@ bool isToken(std::string_view text) {
     constexpr std::string_view marks = "!#$%&'*+-.^_`|~";
     return !text.empty() && std::all_of(text.begin(), text.end(), [marks](char character) {
         return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z') ||
-               (character >= '0' && character <= '9') || marks.find(character) != marks.npos;
+               (character >= '0' && character <= '9') ||
+               marks.find(character) != std::string_view::npos;
     });
 }
 

@@ -19,7 +19,7 @@ std::optional<std::time_t> parseDate(const std::string& text) {
 }
 
 std::string strongValidator(const HttpHeaders& headers) {
-    const std::string etag = headers.getHeaderValueOr("ETag", "");
+    std::string etag = headers.getHeaderValueOr("ETag", "");
     if (etag.size() >= 2 && etag.front() == '"' && etag.back() == '"') {
         return etag;
     }
@@ -27,7 +27,7 @@ std::string strongValidator(const HttpHeaders& headers) {
     if (!etag.empty()) {
         return {};
     }
-    std::string modified = headers.getHeaderValueOr("Last-Modified", "");
+    const std::string modified = headers.getHeaderValueOr("Last-Modified", "");
     const auto changed = parseDate(modified);
     const auto answered = parseDate(headers.getHeaderValueOr("Date", ""));
     const bool isStrong = changed.has_value() && answered.has_value() && *answered - *changed >= 60;

@@ -58,7 +58,10 @@ std::string headText(httpclient_core::HttpResponseCode code,
                      const httpclient_core::HttpHeaders& headers) {
     std::string text = withoutControlBytes("HTTP " + to_string(code) + " " + reason) + "\n";
     for (const auto& [name, value] : headers) {
-        text += withoutControlBytes(name + ": " + value) + "\n";
+        text += withoutControlBytes(name);
+        text += ": ";
+        text += withoutControlBytes(value);
+        text += '\n';
     }
     return text + "\n";
 }

@@ -19,7 +19,8 @@
 namespace foundation::httpclient_tool {
 namespace {
 
-// Line 1 of the file; then three lines of fixed length for the checkpoints; then the header as JSON.
+// Line 1 of the file; then three lines of fixed length for the checkpoints; then the header as one line of
+// JSON; what follows is left of a longer one.
 constexpr std::string_view magic = "httpclient journal 1\n";
 constexpr std::size_t slotSize = 128;
 constexpr int slotCount = 3;  // 0 is the durable one
@@ -169,14 +170,16 @@ bool Journal::load() {
         return false;
     }
     const std::string text = readAll(descriptor_);
+    hadBegun_ = text.starts_with(magic);
     if (text.size() < headerPosition) {
         // Stopped between creating the file and writing all of it.
-        return magic.starts_with(text) || text.starts_with(magic);
+        return magic.starts_with(text) || hadBegun_;
     }
-    if (!text.starts_with(magic)) {
-        return false;
+    const std::size_t end = text.find('\n', headerPosition);
+    if (!hadBegun_ || end == std::string::npos) {
+        return hadBegun_;
     }
-    headerText_ = text.substr(headerPosition);
+    headerText_ = text.substr(headerPosition, end + 1 - headerPosition);
     header_ = decodeHeader(headerText_);
     for (int slot = 0; header_.has_value() && slot < slotCount; ++slot) {
         const std::size_t position = magic.size() + (slotSize * static_cast<std::size_t>(slot));
@@ -196,7 +199,9 @@ bool Journal::begin(const JournalHeader& header) {
     headerText_ = encodeHeader(header);
     const std::string text =
         std::string(magic) + std::string(slotSize * slotCount, ' ') + headerText_;
-    return ::ftruncate(descriptor_, 0) == 0 && writeAt(descriptor_, 0, text);
+    // Written over at once: a process that is killed leaves the one or the other.
+    return writeAt(descriptor_, 0, text) &&
+           ::ftruncate(descriptor_, static_cast<off_t>(text.size())) == 0;
 }
 
 bool Journal::write(int slot, const Checkpoint& checkpoint) {

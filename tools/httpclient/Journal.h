@@ -55,6 +55,8 @@ public:
 
     /// Whether there was a file before it was opened.
     bool wasThere() const noexcept { return wasThere_; }
+    /// Whether a body had begun in it: the file beside it is ours then.
+    bool hadBegun() const noexcept { return hadBegun_; }
     /// What was found when it was opened; nothing in a new file and in one that makes no sense.
     const std::optional<JournalHeader>& header() const noexcept { return header_; }
     /// What was found, by growing offset.
@@ -79,6 +81,7 @@ private:
     std::filesystem::path path_;
     int descriptor_;
     bool wasThere_;
+    bool hadBegun_ = false;
     std::string headerText_;
     std::optional<JournalHeader> header_;
     std::vector<Checkpoint> checkpoints_;

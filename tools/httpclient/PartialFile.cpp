@@ -85,7 +85,8 @@ PartialFile::PartialFile(Place place, std::filesystem::path part, std::unique_pt
       journal_(std::move(journal)) {}
 
 PartialFile::~PartialFile() {
-    if (settled_ || (!begun_ && body_ != nullptr && journal_->header().has_value())) {
+    if (settled_ ||
+        (!begun_ && body_ != nullptr && journal_->header().has_value() && body_->size() > 0)) {
         return;
     }
     if (body_ != nullptr) {
@@ -97,18 +98,15 @@ PartialFile::~PartialFile() {
 // False when there is a file of that name that is not ours: without a journal that speaks of it nothing
 // tells that it may be overwritten.
 bool PartialFile::attach(bool resume) {
-    body_ = journal_->header().has_value() ? BodyFile::openAt(part_) : nullptr;
-    if (body_ == nullptr && journal_->wasThere()) {
-        // Stopped before the first byte, which the journal's header comes before.
-        body_ = BodyFile::openAt(part_);
-        if (body_ != nullptr && body_->size() > 0) {
-            body_ = nullptr;
-        }
+    body_ = journal_->wasThere() ? BodyFile::openAt(part_) : nullptr;
+    // An empty one may be ours, too: stopped before the first byte, which a beginning comes before.
+    if (body_ != nullptr && !journal_->hadBegun() && body_->size() > 0) {
+        body_ = nullptr;
     }
     if (body_ == nullptr) {
         body_ = BodyFile::createAt(part_, 0666);
     }
-    if (body_ == nullptr || body_->size() == 0 || !resume) {
+    if (body_ == nullptr || body_->size() == 0 || !resume || !journal_->header().has_value()) {
         return body_ != nullptr;
     }
     if (journal_->header()->urlDigest != Sha256::of(place_.url)) {

@@ -77,12 +77,22 @@ ProgressDisplay::ProgressDisplay(ErrorOutput& output, bool visible, Clock clock,
     samples_.push_back({start_, 0});
 }
 
+void ProgressDisplay::countHeld(std::int64_t bytes) {
+    const std::lock_guard lock(mutex_);
+    bytes_ += bytes;
+    held_ += bytes;
+    for (Sample& sample : samples_) {
+        sample.bytes += bytes;
+    }
+}
+
 void ProgressDisplay::update(std::int64_t bytes, std::int64_t missing) {
     const std::lock_guard lock(mutex_);
     const TimePoint now = clock_();
     if (bytes < bytes_) {
         // Started over; the bytes so far say nothing about the rate.
         samples_.clear();
+        held_ = 0;
     }
     bytes_ = bytes;
     total_ = missing > 0 ? bytes + missing : total_;
@@ -174,7 +184,7 @@ std::string ProgressDisplay::summary(std::int64_t bytes) const {
     const auto time = clock_() - start_;
     return formatBytes(bytes) + " in " +
            tenthsText(duration_cast<milliseconds>(time).count() / 100) + " s" +
-           rateText(bytes, time) + retriesText();
+           rateText(std::max<std::int64_t>(bytes - held_, 0), time) + retriesText();
 }
 
 std::string ProgressDisplay::retriesText() const {

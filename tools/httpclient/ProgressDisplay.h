@@ -37,6 +37,8 @@ public:
     ProgressDisplay(ErrorOutput& output, bool visible, Clock clock = steadyClock())
         : ProgressDisplay(output, visible, std::move(clock), Look{}) {}
 
+    /// So many bytes are there before anything comes; they say nothing about the rate.
+    void countHeld(std::int64_t bytes);
     /// Takes the bytes held and how many are missing, 0 when that is not known. Shows a line, though not
     /// more than ten in a second.
     void update(std::int64_t bytes, std::int64_t missing);
@@ -74,6 +76,7 @@ private:
     std::deque<Sample> samples_;  ///< Of the last seconds, for the rate.
     std::optional<TimePoint> shown_;
     std::int64_t bytes_ = 0;
+    std::int64_t held_ = 0;   ///< Of these, so many were there before.
     std::int64_t total_ = 0;  ///< 0: not known.
     int retries_ = 0;
     std::size_t filesDone_ = 0;

@@ -141,6 +141,11 @@ private:
     void begin(std::size_t number) {
         try {
             auto transfer = std::make_unique<Transfer>(number, options_.urls[number], context_);
+            if (const auto held = transfer->destination().heldPart()) {
+                display_.countHeld(held->size);
+                const std::lock_guard lock(progressMutex_);
+                progress_[number] = {held->size, 0};
+            }
             Running* running = nullptr;
             {
                 const std::lock_guard lock(mutex_);

@@ -161,7 +161,10 @@ std::unique_ptr<std::iostream> Transfer::bodyStream(HttpResponseCode code,
     if (!isSuccess(code)) {
         return std::make_unique<AnswerStream>();
     }
-    const Entity entity = Entity::fromHead(code, headers);
+    Entity entity = Entity::fromHead(code, headers);
+    // Only a whole resource can be gone on with by its validator.
+    entity.continuable = entity.continuable && context_.options.method == HttpMethod::GET &&
+                         !context_.options.hasHeader("Range");
     const std::int64_t offset = offsetOf(code, headers, entity);
     StreamOutput* output = standardOutput();
     if (context_.options.includeHead && output != nullptr && output->size() == 0) {

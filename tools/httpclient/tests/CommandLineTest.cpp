@@ -104,6 +104,15 @@ TEST(CommandLineTest, ReadsBodies) {
               httpclient_core::HttpMethod::HEAD);
 }
 
+TEST(CommandLineTest, BracketsAndCommasAreText) {
+    const RequestOptions options =
+        parseGet({"post", "http://h/", "-d", "[1,2]", "-H", "A: [x, y]"});
+    EXPECT_EQ(options.data, "[1,2]");
+    EXPECT_EQ(options.headers.at(0).second, "[x, y]");
+    EXPECT_EQ(parseGet({"post", "http://h/", "-F", "[a=1,b]"}).form, Arguments{"[a=1,b]"});
+    EXPECT_EQ(parseGet({"post", "http://h/", "--data=-x"}).data, "-x");
+}
+
 TEST(CommandLineTest, ADashIsStandardOutput) {
     EXPECT_EQ(parseGet({"get", "http://h/", "-o", "-"}).output, "");
 }

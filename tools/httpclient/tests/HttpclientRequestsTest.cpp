@@ -156,6 +156,36 @@ TEST_F(HttpclientRequestsTest, AnIncompletePipeIsExactAfterARestartWithoutRanges
     EXPECT_EQ(server.requestCount(), 4);
 }
 
+// The transport fetches the last 64 KiB again and compares them with what it reads back.
+TEST_F(HttpclientRequestsTest, AWeakVersionIsContinuedBehindAnOverlapThatFits) {
+    std::string content(500'000, '\0');
+    for (std::size_t at = 0; at < content.size(); ++at) {
+        content[at] = static_cast<char>(at * 31 / 7);
+    }
+    LoopbackServer server([&content](const ReceivedRequest& request, Connection& connection) {
+        const std::string fields = "Accept-Ranges: bytes\r\nETag: W/\"w\"\r\nContent-Length: ";
+        const std::string range = request.header("Range");
+        if (range.empty()) {
+            connection.send("HTTP/1.1 200 OK\r\n" + fields + "500000\r\n\r\n" +
+                            content.substr(0, 300'000));
+            connection.close();
+            return;
+        }
+        const std::size_t first = std::stoul(range.substr(6));
+        connection.send("HTTP/1.1 206 Partial Content\r\nContent-Range: bytes " +
+                        std::to_string(first) + "-499999/500000\r\n" + fields +
+                        std::to_string(500'000 - first) + "\r\n\r\n" + content.substr(first));
+    });
+    EXPECT_EQ(run({"get", server.url()}), 0);
+    EXPECT_TRUE(output() == content);
+    EXPECT_EQ(getFile(server.url()), 0);
+    EXPECT_TRUE(folder_.read("f") == content);
+    const auto requests = server.requests();
+    ASSERT_EQ(requests.size(), 4U);
+    EXPECT_THAT(requests[1].header("Range"), ::testing::StartsWith("bytes=234464-"));
+    EXPECT_THAT(requests[3].header("Range"), ::testing::StartsWith("bytes=234464-"));
+}
+
 TEST_F(HttpclientRequestsTest, TheProxysRefusalIsEight) {
     LoopbackServer proxy([](const ReceivedRequest&, Connection& connection) {
         connection.sendResponse(407, "Proxy Authentication Required",

@@ -113,7 +113,7 @@ TEST_F(JournalTest, ATornCheckpointDoesNotCount) {
     EXPECT_EQ(offsets(*open()), Offsets{100});
 }
 
-TEST_F(JournalTest, EveryShorterFileIsAnEmptyJournalOrNone) {
+TEST_F(JournalTest, EveryShorterFileIsAnEmptyJournal) {
     {
         const auto journal = open();
         journal->begin(header_);
@@ -123,14 +123,25 @@ TEST_F(JournalTest, EveryShorterFileIsAnEmptyJournalOrNone) {
     for (std::size_t size = 0; size < whole.size(); ++size) {
         folder_.write("f.part.journal", whole.substr(0, size));
         const Journal::Opened opened = Journal::open(path_);
-        if (opened.journal != nullptr && opened.journal->header().has_value()) {
-            // Only the line end is missing: the checkpoint no longer fits the header.
-            EXPECT_EQ(size, whole.size() - 1);
-        }
-        if (opened.journal != nullptr) {
-            EXPECT_EQ(offsets(*opened.journal), Offsets{}) << size;
-        }
+        ASSERT_NE(opened.journal, nullptr) << size;
+        EXPECT_FALSE(opened.journal->header().has_value()) << size;
+        EXPECT_EQ(offsets(*opened.journal), Offsets{}) << size;
+        EXPECT_TRUE(opened.journal->wasThere());
+        EXPECT_EQ(opened.journal->hadBegun(), size >= whole.find('\n') + 1) << size;
     }
+}
+
+TEST_F(JournalTest, WhatIsLeftOfALongerHeaderDoesNotCount) {
+    open()->begin(header_);
+    folder_.write("f.part.journal", folder_.read("f.part.journal") + "{\"url\": 1}\n");
+    {
+        const auto journal = open();
+        ASSERT_TRUE(journal->header().has_value());
+        EXPECT_EQ(journal->header()->validator, "\"v\"");
+        journal->begin(header_);
+    }
+    const std::string text = folder_.read("f.part.journal");
+    EXPECT_EQ(text.find("{\"url\": 1}"), std::string::npos);
 }
 
 TEST_F(JournalTest, OneProcessAtATimeHasIt) {

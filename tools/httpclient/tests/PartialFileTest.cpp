@@ -268,6 +268,17 @@ TEST_F(PartialFileTest, OneThatWasStoppedBehindItsRenamingLeavesAJournalOnly) {
     EXPECT_THAT(folder_.names(), ElementsAre("f"));
 }
 
+TEST_F(PartialFileTest, OneWhoseJournalWasTornIsOursAllTheSame) {
+    leave(randomBytes(2'500'000));
+    folder_.write("f.part.journal", folder_.read("f.part.journal").substr(0, 100));
+    const auto file = open(true);
+    EXPECT_FALSE(file->heldPart().has_value());
+    EXPECT_TRUE(file->append(file->begin(0, strong), "content"));
+    file->publish();
+    EXPECT_THAT(folder_.names(), ElementsAre("f"));
+    EXPECT_EQ(folder_.read("f"), "content");
+}
+
 TEST_F(PartialFileTest, AnEmptyJournalBesideAForeignPartIsNoPermission) {
     folder_.write("f.part.journal", "");
     folder_.write("f.part", "foreign");

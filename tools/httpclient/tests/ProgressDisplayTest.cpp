@@ -128,6 +128,18 @@ TEST_F(ProgressDisplayTest, TellsHowManyFilesAreDone) {
     EXPECT_EQ(shown.line(), "50 B of 100 B, 50 %, 1 of 3 files");
 }
 
+TEST_F(ProgressDisplayTest, WhatWasHeldBeforeSaysNothingAboutTheRate) {
+    ProgressDisplay shown(output_, true, [this] { return now_; }, look_);
+    shown.countHeld(5000);
+    now_ += 1s;
+    shown.update(6000, 4000);
+    EXPECT_EQ(shown.line(), "6.0 kB of 10.0 kB, 60 %, 1.0 kB/s, 0:04 left");
+    EXPECT_EQ(shown.summary(6000), "6.0 kB in 1.0 s, 1.0 kB/s");
+    now_ += 1s;
+    shown.update(100, 9900);
+    EXPECT_EQ(shown.summary(100), "100 B in 2.0 s, 50 B/s");
+}
+
 TEST_F(ProgressDisplayTest, LongTimesHaveHours) {
     ProgressDisplay shown(output_, true, [this] { return now_; }, look_);
     now_ += 1s;

@@ -628,6 +628,17 @@ TEST_F(ToolTest, ARangeOfTheUsersIsTheWhole) {
     EXPECT_EQ(folder_.read("f"), "456789");
 }
 
+TEST_F(ToolTest, NothingIsKeptOfAPartOrOfAnAnswerToAPost) {
+    for (const std::vector<std::string>& arguments :
+         {std::vector<std::string>{"get", "-H", "Range: bytes=2-"}, {"post", "-d", "x"}}) {
+        script_.steps = {serveThenBreak("0123456789", 4, "\"v\"")};
+        std::vector<std::string> all = arguments;
+        all.insert(all.end(), {"http://h/f", "-o", (folder_ / "f").string(), "--retries", "0"});
+        EXPECT_EQ(runWith(all), ExitCode::Failed);
+        EXPECT_THAT(folder_.names(), ElementsAre());
+    }
+}
+
 // ---- several URLs
 
 TEST_F(ToolTest, SeveralUrlsGoToAFileEach) {
