@@ -44,12 +44,6 @@ void prepareTlsEnd(CURL* easy) {
     }
 }
 
-TlsEnd::~TlsEnd() {
-    if (connection_ != nullptr) {
-        announcements().erase(connection_);
-    }
-}
-
 void TlsEnd::watch(CURL* easy) {
     curl_tlssessioninfo* session = nullptr;
     if (connection_ == nullptr &&
@@ -60,8 +54,13 @@ void TlsEnd::watch(CURL* easy) {
     }
 }
 
-bool TlsEnd::isMissing() const {
-    return connection_ != nullptr && !announcements()[connection_];
+void TlsEnd::stop() {
+    const auto entry = announcements().find(connection_);
+    if (entry != announcements().end()) {
+        isMissing_ = !entry->second;
+        announcements().erase(entry);
+    }
+    connection_ = nullptr;
 }
 
 }  // namespace foundation::httpclient_curl
