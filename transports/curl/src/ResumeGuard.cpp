@@ -155,9 +155,10 @@ void ResumeGuard::commit(const HeaderBlock& block, Verdict verdict) {
     }
     if (verdict == Verdict::Replace) {
         resetBody();
-    } else if (hasMark_ && !resuming_) {
+    } else if (!resuming_ && hasMark_) {
         // Nothing is held; but the stream may have been made for an earlier answer, and a factory that
-        // looks at the code wants to see this one. What is in a response without a mark is the caller's.
+        // looks at the code wants to see this one. No effect on a stream that stands at its start. Without
+        // an earlier attempt the body is the caller's, who may have put there what the answer continues.
         response_.resetResponseBody();
     }
     const bool isPartial = block.code() == HttpResponseCode::PartialContent;
