@@ -323,7 +323,8 @@ Engine::WorkerOrders Engine::ordersFor(Worker& worker) {
     return orders;
 }
 
-void Engine::attemptsEnded(Worker& worker, std::vector<AttemptPointer> attempts) {
+std::vector<Executor::Task> Engine::attemptsEnded(Worker& worker,
+                                                  std::vector<AttemptPointer> attempts) {
     {
         Wakeups wakeups;
         const std::lock_guard lock(mutex_);
@@ -339,9 +340,7 @@ void Engine::attemptsEnded(Worker& worker, std::vector<AttemptPointer> attempts)
         std::exception_ptr error = attempt->exchange.takeError();
         tasks.push_back(completion(std::move(attempt), std::move(error)));
     }
-    // Held here: a task may end the engine before this returns.
-    const std::shared_ptr<Executor> executor = executor_;
-    executor->runOrPost(std::move(tasks));
+    return tasks;
 }
 
 void Engine::workerEnds(Worker& worker) {
@@ -504,14 +503,14 @@ void Engine::shutdown() {
                                [](const auto& worker) { return worker->hasEnded; });
         });
     }
+    // No worker is added any more, so the list may be walked without the lock.
+    for (const auto& worker : workers_) {
+        worker->join();
+    }
     executor_->drain();
     {
         std::unique_lock lock(mutex_);
         changed_.wait(lock, [this] { return syncRecords_.empty() && syncSends_.empty(); });
-    }
-    // No worker is added any more, so the list may be walked without the lock.
-    for (const auto& worker : workers_) {
-        worker->join();
     }
     {
         const std::lock_guard lock(mutex_);

@@ -72,10 +72,10 @@ public:
         bool end = false;
     };
     WorkerOrders ordersFor(Worker& worker);
-    /// Runs handlers here or elsewhere; the engine may be gone when it returns.
-    void attemptsEnded(Worker& worker, std::vector<AttemptPointer> attempts);
+    /// The worker has places again. Returns what is to run on a thread where handlers run.
+    std::vector<Executor::Task> attemptsEnded(Worker& worker, std::vector<AttemptPointer> attempts);
     void workerEnds(Worker& worker);
-    Executor& executor() noexcept { return *executor_; }
+    const std::shared_ptr<Executor>& executor() const noexcept { return executor_; }
 
 private:
     using Records = std::unordered_map<unsigned long, std::shared_ptr<RequestRecord>>;
