@@ -89,18 +89,19 @@ public:
     Wakeups(const Wakeups&) = delete;
     Wakeups& operator=(const Wakeups&) = delete;
     ~Wakeups() {
-        for (Worker* worker : workers_) {
+        for (const auto& worker : workers_) {
             worker->wake();
         }
     }
 
     void call(Worker& worker) {
         worker.call();
-        workers_.push_back(&worker);
+        workers_.push_back(worker.shared_from_this());
     }
 
 private:
-    std::vector<Worker*> workers_;
+    // Kept: once the lock is released, the request that was placed may end, and its handler the client.
+    std::vector<std::shared_ptr<Worker>> workers_;
 };
 
 Engine::Engine(CurlClientOptions options) : options_(std::move(options)) {
@@ -268,7 +269,7 @@ Worker* Engine::freeWorker() {
     }
     if (workers_.size() < static_cast<std::size_t>(maxWorkers_)) {
         try {
-            workers_.push_back(std::make_unique<Worker>(*this, std::max(16, 4 * maxPerWorker_)));
+            workers_.push_back(std::make_shared<Worker>(*this, std::max(16, 4 * maxPerWorker_)));
             return workers_.back().get();
         } catch (const std::system_error&) {
             // The threads that exist do the work.

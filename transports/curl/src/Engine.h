@@ -122,7 +122,7 @@ private:
     std::multimap<std::uint64_t, AttemptPointer> queue_;           ///< By sequence.
     std::multimap<Clock::time_point, AttemptPointer> backingOff_;  ///< By due time.
     std::vector<std::unique_ptr<Driver>> idleDrivers_;             ///< Of the synchronous road.
-    std::vector<std::unique_ptr<Worker>> workers_;
+    std::vector<std::shared_ptr<Worker>> workers_;
 };
 
 }  // namespace foundation::httpclient_curl
