@@ -89,18 +89,19 @@ public:
     Wakeups(const Wakeups&) = delete;
     Wakeups& operator=(const Wakeups&) = delete;
     ~Wakeups() {
-        for (Worker* worker : workers_) {
+        for (const auto& worker : workers_) {
             worker->wake();
         }
     }
 
     void call(Worker& worker) {
         worker.call();
-        workers_.push_back(&worker);
+        workers_.push_back(worker.shared_from_this());
     }
 
 private:
-    std::vector<Worker*> workers_;
+    // Kept: once the lock is released, the request that was placed may end, and its handler the client.
+    std::vector<std::shared_ptr<Worker>> workers_;
 };
 
 Engine::Engine(CurlClientOptions options) : options_(std::move(options)) {
@@ -269,7 +270,7 @@ Worker* Engine::freeWorker() {
     }
     if (workers_.size() < static_cast<std::size_t>(maxWorkers_)) {
         try {
-            workers_.push_back(std::make_unique<Worker>(*this, std::max(16, 4 * maxPerWorker_)));
+            workers_.push_back(std::make_shared<Worker>(*this, std::max(16, 4 * maxPerWorker_)));
             return workers_.back().get();
         } catch (const std::system_error&) {
             // The threads that exist do the work.
@@ -324,7 +325,8 @@ Engine::WorkerOrders Engine::ordersFor(Worker& worker) {
     return orders;
 }
 
-void Engine::attemptsEnded(Worker& worker, std::vector<AttemptPointer> attempts) {
+std::vector<Executor::Task> Engine::attemptsEnded(Worker& worker,
+                                                  std::vector<AttemptPointer> attempts) {
     {
         Wakeups wakeups;
         const std::lock_guard lock(mutex_);
@@ -340,9 +342,7 @@ void Engine::attemptsEnded(Worker& worker, std::vector<AttemptPointer> attempts)
         std::exception_ptr error = attempt->exchange.takeError();
         tasks.push_back(completion(std::move(attempt), std::move(error)));
     }
-    // Held here: a task may end the engine before this returns.
-    const std::shared_ptr<Executor> executor = executor_;
-    executor->runOrPost(std::move(tasks));
+    return tasks;
 }
 
 void Engine::workerEnds(Worker& worker) {
@@ -505,14 +505,14 @@ void Engine::shutdown() {
                                [](const auto& worker) { return worker->hasEnded; });
         });
     }
+    // No worker is added any more, so the list may be walked without the lock.
+    for (const auto& worker : workers_) {
+        worker->join();
+    }
     executor_->drain();
     {
         std::unique_lock lock(mutex_);
         changed_.wait(lock, [this] { return syncRecords_.empty() && syncSends_.empty(); });
-    }
-    // No worker is added any more, so the list may be walked without the lock.
-    for (const auto& worker : workers_) {
-        worker->join();
     }
     {
         const std::lock_guard lock(mutex_);

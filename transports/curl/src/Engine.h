@@ -73,10 +73,10 @@ public:
         bool end = false;
     };
     WorkerOrders ordersFor(Worker& worker);
-    /// Runs handlers here or elsewhere; the engine may be gone when it returns.
-    void attemptsEnded(Worker& worker, std::vector<AttemptPointer> attempts);
+    /// The worker has places again. Returns what is to run on a thread where handlers run.
+    std::vector<Executor::Task> attemptsEnded(Worker& worker, std::vector<AttemptPointer> attempts);
     void workerEnds(Worker& worker);
-    Executor& executor() noexcept { return *executor_; }
+    const std::shared_ptr<Executor>& executor() const noexcept { return executor_; }
 
 private:
     using Records = std::unordered_map<unsigned long, std::shared_ptr<RequestRecord>>;
@@ -124,7 +124,7 @@ private:
     std::multimap<std::uint64_t, AttemptPointer> queue_;           ///< By sequence.
     std::multimap<Clock::time_point, AttemptPointer> backingOff_;  ///< By due time.
     std::vector<std::unique_ptr<Driver>> idleDrivers_;             ///< Of the synchronous road.
-    std::vector<std::unique_ptr<Worker>> workers_;
+    std::vector<std::shared_ptr<Worker>> workers_;
 };
 
 }  // namespace foundation::httpclient_curl

@@ -9,8 +9,10 @@ namespace {
 constexpr std::size_t baseThreads = 4;
 constexpr std::size_t maxThreads = 256;
 constexpr std::chrono::seconds idleTime(5);
-// Far longer than a handler that does not block takes, far shorter than anybody notices.
-constexpr std::chrono::milliseconds longestWait(5);
+// Far longer than a handler that does not block takes, far shorter than anybody notices. Twice as often
+// somebody looks.
+constexpr std::chrono::milliseconds longestWait(10);
+constexpr std::chrono::milliseconds lookInterval(5);
 constexpr std::chrono::milliseconds watchTime(20);
 constexpr std::chrono::seconds eagerTime(1);
 
@@ -242,7 +244,7 @@ void Executor::watch(std::unique_lock<std::mutex>& lock) {
     Clock::time_point now;
     bool stalls = false;
     do {
-        watch_.wait_for(lock, longestWait, [this] { return stopping_ || watcherCalled_; });
+        watch_.wait_for(lock, lookInterval, [this] { return stopping_ || watcherCalled_; });
         now = Clock::now();
         stalls = !tasks_.empty() && now - tasks_.front().since >= longestWait;
         if (lookForStall_ && !stopping_) {

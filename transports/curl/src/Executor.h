@@ -15,7 +15,7 @@ namespace foundation::httpclient_curl {
 /// requests of the same client, so nothing waits for long behind a blocked one. While tasks are short,
 /// one thread runs them in order, and under steady traffic the thread that brings them runs them itself:
 /// to wake a thread for each costs more than the task. Meanwhile one thread watches. Once it finds that
-/// something has waited 5 ms, and for the second that follows, every task gets a thread of its own at
+/// something has waited 10 ms, and for the second that follows, every task gets a thread of its own at
 /// once, up to 256 threads, beyond which tasks queue. Threads that have nothing to do for five seconds
 /// leave, but for four.
 class Executor : public std::enable_shared_from_this<Executor> {

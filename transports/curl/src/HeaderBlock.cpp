@@ -78,7 +78,7 @@ void HeaderBlock::begin(std::string_view line) {
 void HeaderBlock::keepField() {
     // A server must not be able to speak the language between the transport and the core.
     if (!name_.empty() && !isInternalName(name_)) {
-        headers_.add(name_, value_);
+        headers_.add(std::move(name_), std::move(value_));
     }
     name_.clear();
     value_.clear();

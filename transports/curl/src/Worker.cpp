@@ -8,7 +8,7 @@
 namespace foundation::httpclient_curl {
 namespace {
 
-constexpr std::chrono::milliseconds longestAbsence(5);
+constexpr std::chrono::milliseconds longestAbsence(10);
 
 // The engine one of whose transfers the thread is in, or null.
 constinit thread_local const Engine* transferringFor = nullptr;
@@ -37,7 +37,7 @@ bool Worker::replaceLateThread(Clock::time_point now) {
     if (since == 0 || now.time_since_epoch() - Clock::duration(since) < longestAbsence) {
         return false;
     }
-    engine_.executor().postUrgent([this, awaySince = awaySince_, since]() mutable {
+    engine_.executor()->postUrgent([this, awaySince = awaySince_, since]() mutable {
         // Unless the thread has come back meanwhile.
         if (awaySince->compare_exchange_strong(since, 0)) {
             run();
@@ -60,9 +60,13 @@ void Worker::run() {
             return;
         }
         if (!ended.empty()) {
+            // Held here: a handler may end the engine.
+            const std::shared_ptr<Executor> executor = engine_.executor();
+            std::vector<Executor::Task> handlers = engine_.attemptsEnded(*this, takeOut(ended));
             Clock::rep now = Clock::now().time_since_epoch().count();
             *awaySince = now;
-            engine_.attemptsEnded(*this, takeOut(ended));
+            // From here on another thread may drive this worker.
+            executor->runOrPost(std::move(handlers));
             if (!awaySince->compare_exchange_strong(now, 0)) {
                 return;
             }

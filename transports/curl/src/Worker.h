@@ -14,7 +14,7 @@ class Engine;
 /// Drives asynchronous exchanges, on one thread at a time. Where the caller's code runs on it (body
 /// streams, stream factories, progress callbacks), all its exchanges wait. Between two turns the thread
 /// may run handlers; when one of them does not return soon, another thread takes its place.
-class Worker {
+class Worker : public std::enable_shared_from_this<Worker> {
 public:
     using Clock = Exchange::Clock;
 

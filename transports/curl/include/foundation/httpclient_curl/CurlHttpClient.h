@@ -76,9 +76,10 @@ struct TransferSettings;
 /// Asynchronous requests run on up to `maxThreads` threads with `maxRequestsPerThread` transfers each
 /// (clamped to 1..64 and 1..256); more wait in order. Response streams, stream factories, progress and
 /// pre-response callbacks are called on those threads: one that blocks holds up the other transfers of its
-/// thread. Handlers and strategies run on other threads, where they may sleep, and start and await
-/// requests of the same client; up to 256 at a time. As long as they are quick, one thread calls them in
-/// turn; where one blocks, the next wait for it for 10 ms at most. Waits before a retry occupy no thread.
+/// thread. Handlers and strategies may sleep, and start and await requests of the same client; up to 256
+/// at a time. As long as they are quick, the threads that move the bytes call them between two steps; one
+/// that has not returned after about 10 ms loses that place to another thread, and for the second that
+/// follows all are called on threads of their own. Waits before a retry occupy no thread.
 ///
 /// The destructor ends all requests with `HttpRequestCancelledException` and returns when every handler
 /// has run and every synchronous request has returned; name look-ups that hang do not hold it up. A retry
