@@ -108,7 +108,8 @@ void Exchange::prepare() {
     }
     guard_ = std::make_unique<ResumeGuard>(request_, response_, settings_.resumeOnRetry,
                                            history_.isAttended);
-    delivery_.emplace(response_, *guard_, history_, shared_.options.maxResponseBodyBytes);
+    delivery_ = std::make_unique<ResponseDelivery>(response_, *guard_, history_,
+                                                   shared_.options.maxResponseBodyBytes);
     if (cancelled_) {
         throw HttpRequestCancelledException();
     }

@@ -142,7 +142,7 @@ private:
     void reportProgress(Clock::time_point now, bool isLast);
     Deadlines::State state() const;
     /// The response holds the code and headers of this attempt.
-    bool isCommitted() const { return delivery_.has_value() && delivery_->isBegun(); }
+    bool isCommitted() const { return delivery_ != nullptr && delivery_->isBegun(); }
 
     Next conclude(CURLcode code);
     void succeed();
@@ -184,7 +184,7 @@ private:
     Origin firstOrigin_;
     std::unique_ptr<RequestHeaders> headers_;
     std::unique_ptr<ResumeGuard> guard_;
-    std::optional<ResponseDelivery> delivery_;
+    std::unique_ptr<ResponseDelivery> delivery_;
     std::optional<UploadSource> upload_;
     bool sendsForm_ = false;
     HandlePool* handles_ = nullptr;

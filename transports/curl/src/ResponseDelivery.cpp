@@ -66,7 +66,8 @@ void ResponseDelivery::append(std::string_view data) {
 
 // The page is too large to wait in memory; what was kept for its sake is given up.
 void ResponseDelivery::spillPage() {
-    const HeldAnswer answer = *std::exchange(history_.held, std::nullopt);
+    const HeldAnswer answer = history_.held.value();
+    history_.held.reset();
     response_.setHeaders(answer.headers());
     guard_.replaceByPage(answer.page().size());
     append(answer.page());

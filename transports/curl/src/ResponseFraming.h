@@ -42,7 +42,7 @@ private:
     };
 
     Place next(char c);
-    Place afterSize(char c);
+    static Place afterSize(char c);
 
     Place place_ = Place::Size;
     std::uint64_t size_ = 0;

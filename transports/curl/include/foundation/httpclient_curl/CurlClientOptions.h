@@ -40,7 +40,7 @@ struct CurlClientOptions {
     /// Most bytes of the header blocks of one answer, interim answers and trailers included; more fail the
     /// request with "The response headers are larger than N bytes". libcurl has a limit of its own at
     /// 300 kB.
-    std::int64_t maxResponseHeaderBytes = 256 * 1024;
+    std::int64_t maxResponseHeaderBytes = 262144;
     /// Most bytes of one response body over all attempts; more fail the request with "The response body is
     /// larger than N bytes", where the length is declared before a byte is delivered. Negative: no limit.
     std::int64_t maxResponseBodyBytes = -1;
