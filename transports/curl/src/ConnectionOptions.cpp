@@ -1,5 +1,7 @@
 #include "ConnectionOptions.h"
 
+#include "TlsEnd.h"
+
 #include <algorithm>
 #include <cstdint>
 
@@ -10,6 +12,7 @@ void setTlsOptions(CURL* easy, const TransferSettings& settings) {
     setOption(easy, CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
     setOption(easy, CURLOPT_SSL_VERIFYPEER, 1L);
     setOption(easy, CURLOPT_SSL_VERIFYHOST, 2L);
+    prepareTlsEnd(easy);
     // A proxy that is spoken to over TLS has to prove itself just the same.
     setOption(easy, CURLOPT_PROXY_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
     setOption(easy, CURLOPT_PROXY_SSL_VERIFYPEER, 1L);

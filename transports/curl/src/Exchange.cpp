@@ -5,6 +5,8 @@
 #include "HeaderText.h"
 #include "InternalHeaders.h"
 #include "Redirects.h"
+#include "RetryClock.h"
+#include "TransferReport.h"
 
 #include <foundation/httpclient_core/HttpRequestCancelledException.h>
 #include <foundation/httpclient_core/HttpRequestTimeoutException.h>
@@ -35,31 +37,6 @@ std::string nameOf(HttpMethod method) {
     return name.str();
 }
 
-std::string peerOf(CURL* easy) {
-    const auto* address = info<char*>(easy, CURLINFO_PRIMARY_IP);
-    const auto port = info<long>(easy, CURLINFO_PRIMARY_PORT);
-    if (address == nullptr || *address == '\0' || port <= 0) {
-        return {};
-    }
-    const std::string text = address;
-    return (text.find(':') != std::string::npos ? '[' + text + ']' : text) + ':' +
-           std::to_string(port);
-}
-
-void describeTransfer(CURL* easy, AttemptReport& report) {
-    const auto time = [easy](CURLINFO which) {
-        return std::chrono::microseconds(info<curl_off_t>(easy, which));
-    };
-    report.nameLookup = time(CURLINFO_NAMELOOKUP_TIME_T);
-    report.connect = time(CURLINFO_CONNECT_TIME_T);
-    report.tls = time(CURLINFO_APPCONNECT_TIME_T);
-    report.firstByte = time(CURLINFO_STARTTRANSFER_TIME_T);
-    report.total = time(CURLINFO_TOTAL_TIME_T);
-    report.connectionReused = time(CURLINFO_PRETRANSFER_TIME_T).count() > 0 &&
-                              info<long>(easy, CURLINFO_NUM_CONNECTS) == 0;
-    report.remoteAddress = peerOf(easy);
-}
-
 bool mayHaveSideEffects(HttpMethod method) {
     return method == HttpMethod::POST || method == HttpMethod::PATCH;
 }
@@ -85,7 +62,7 @@ Exchange::~Exchange() = default;
 
 Exchange::Next Exchange::begin() noexcept {
     if (++history_.attempts == 1) {
-        history_.begun = Clock::now();
+        history_.begun = retryClock().now();
     }
     report_.attempt = history_.attempts;
     try {
@@ -119,6 +96,7 @@ void Exchange::prepare() {
     }
     guard_ = std::make_unique<ResumeGuard>(request_, response_, settings_.resumeOnRetry,
                                            history_.isAttended);
+    delivery_.emplace(response_, *guard_, history_, shared_.options.maxResponseBodyBytes);
     if (cancelled_) {
         throw HttpRequestCancelledException();
     }
@@ -301,7 +279,7 @@ void Exchange::onHeader(std::string_view line) {
                                          std::to_string(most) + " bytes");
     }
     if (HeaderBlock::isStatusLine(line)) {
-        hop_->inBlock = !committed_;
+        hop_->inBlock = !isCommitted();
         hop_->undecided = false;
     }
     // What comes outside a block are trailers; they would change headers that were delivered.
@@ -339,6 +317,9 @@ void Exchange::onBlock() {
     if (hop_->dropsBody()) {
         return;
     }
+    if (endsWithConnection(block)) {
+        hop_->tlsEnd.watch(handle());
+    }
     if (settings_.followRedirects && isRedirect(code) && block.headers().hasHeader("Location")) {
         tooManyRedirects_ = redirects_ >= settings_.maxRedirects;
         if (!tooManyRedirects_) {
@@ -354,6 +335,13 @@ void Exchange::onBlock() {
     }
 }
 
+bool Exchange::endsWithConnection(const HeaderBlock& block) const {
+    return method_ != HttpMethod::HEAD && !isChunked(block) && !declaredLength(block).has_value() &&
+           block.code() != HttpResponseCode::NoContent &&
+           block.code() != HttpResponseCode::NotModified &&
+           info<long>(handle(), CURLINFO_HTTP_VERSION) < CURL_HTTP_VERSION_2_0;
+}
+
 void Exchange::onRawBody(std::string_view data) {
     if (hop_->isChunked && !hop_->chunks.add(data)) {
         refuseAnswer("its chunks make no sense");
@@ -364,14 +352,6 @@ void Exchange::refuseAnswer(const std::string& flaw) {
     guard_->distrust();
     isRefused_ = true;
     std::rethrow_exception(transferFailure("The answer is malformed: " + flaw, context()));
-}
-
-void Exchange::requireRoomFor(std::int64_t bytes) const {
-    const std::int64_t most = shared_.options.maxResponseBodyBytes;
-    if (most >= 0 && bytes > most) {
-        throw HttpRequestFailedException("The response body is larger than " +
-                                         std::to_string(most) + " bytes");
-    }
 }
 
 void Exchange::commit(const HeaderBlock& block) {
@@ -385,25 +365,15 @@ void Exchange::commit(const HeaderBlock& block) {
 }
 
 void Exchange::deliver(const HeaderBlock& block, ResumeGuard::Verdict verdict) {
-    committed_ = true;
     core::HttpHeaders headers = block.headers();
     if (hop_->pass.has_value() && hop_->pass->isRefused()) {
         headers.addHeaderValue(proxyInfoHeader, hop_->pass->info());
         headers.addHeaderValue(proxyGenerationHeader, std::to_string(hop_->pass->generation()));
     }
-    response_.setResponseCodeAndReason(block.code(), block.reason());
-    if (verdict == ResumeGuard::Verdict::HoldAside) {
-        history_.held.emplace(block.code(), headers);
-        history_.held->beginPage(guard_->tail());
-        headers = HeldAnswer::keeping(std::move(headers));
-    }
-    response_.setHeaders(std::move(headers));
-    guard_->commit(block, verdict);
-    if (method_ != HttpMethod::HEAD && block.code() != HttpResponseCode::NotModified &&
-        verdict != ResumeGuard::Verdict::HoldAside) {
-        requireRoomFor(guard_->held() + declaredLength(block).value_or(0) -
-                       (verdict == ResumeGuard::Verdict::Accept ? guard_->overlapSize() : 0));
-    }
+    const bool hasBody =
+        method_ != HttpMethod::HEAD && block.code() != HttpResponseCode::NotModified;
+    delivery_->begin(block, std::move(headers), verdict,
+                     hasBody ? declaredLength(block).value_or(0) : 0);
 }
 
 void Exchange::onBody(std::string_view data) {
@@ -418,44 +388,17 @@ void Exchange::onBody(std::string_view data) {
     if (hop_->undecided) {
         commit(hop_->block);
     }
-    if (hop_->compares && !committed_ && !startsOver_) {
+    if (hop_->compares && !isCommitted() && !startsOver_) {
         startsOver_ = !guard_->compare(data);
         if (!startsOver_ && !guard_->isComparing()) {
             deliver(hop_->block, ResumeGuard::Verdict::Accept);
         }
     }
-    if (!committed_ || startsOver_) {
+    if (!isCommitted() || startsOver_) {
         return;
     }
-    if (history_.held.has_value()) {
-        if (history_.held->add(data)) {
-            guard_->addDropped(data.size());
-            return;
-        }
-        spillPage();
-    }
-    if (!data.empty()) {
-        append(data);
-    }
+    delivery_->add(data);
     reportProgress(Clock::now(), false);
-}
-
-void Exchange::append(std::string_view data) {
-    requireRoomFor(guard_->held() + static_cast<std::int64_t>(data.size()));
-    bodyBegun_ = true;
-    if (!writeTo(response_.getResponseBody(), data)) {
-        throw HttpRequestFailedException("The response body stream refused data");
-    }
-    appended_ += static_cast<std::int64_t>(data.size());
-    guard_->addReceived(data.size());
-}
-
-// The page is too large to wait in memory; what was kept for its sake is given up.
-void Exchange::spillPage() {
-    const HeldAnswer answer = *std::exchange(history_.held, std::nullopt);
-    response_.setHeaders(answer.headers());
-    guard_->replaceByPage(answer.page().size());
-    append(answer.page());
 }
 
 std::size_t Exchange::onRead(char* buffer, std::size_t size) {
@@ -480,12 +423,7 @@ void Exchange::reportProgress(Clock::time_point now, bool isLast) {
     }
     lastProgress_ = now;
     core::Progress progress;
-    progress.downloaded = guard_->held() - history_.progressShift;
-    progress.downloadTotal = -history_.progressShift;
-    const auto length = info<curl_off_t>(handle(), CURLINFO_CONTENT_LENGTH_DOWNLOAD_T);
-    if (committed_ && length > 0 && !history_.held.has_value()) {
-        progress.downloadTotal += guard_->held() - appended_ - guard_->overlapSize() + length;
-    }
+    delivery_->describe(progress, info<curl_off_t>(handle(), CURLINFO_CONTENT_LENGTH_DOWNLOAD_T));
     progress.uploaded = info<curl_off_t>(handle(), CURLINFO_SIZE_UPLOAD_T);
     progress.uploadTotal =
         std::max<std::int64_t>(info<curl_off_t>(handle(), CURLINFO_CONTENT_LENGTH_UPLOAD_T), 0);
@@ -528,6 +466,7 @@ Exchange::Next Exchange::finish(CURLcode code) noexcept {
     sent_ = sent_ || info<curl_off_t>(handle(), CURLINFO_PRETRANSFER_TIME_T) > 0;
     Next next = Next::Done;
     try {
+        hop_->tlsEnd.stop();
         next = conclude(code);
     } catch (...) {
         error_ = std::current_exception();
@@ -560,7 +499,7 @@ Exchange::Next Exchange::conclude(CURLcode code) {
         restart();
         return Next::Again;
     }
-    if (hop_->compares && !committed_) {
+    if (hop_->compares && !isCommitted()) {
         // Broken off before anything could be appended.
         deliver(hop_->block, ResumeGuard::Verdict::Accept);
     }
@@ -585,17 +524,19 @@ Exchange::Next Exchange::conclude(CURLcode code) {
 }
 
 void Exchange::succeed() {
-    if (!committed_) {
+    if (!isCommitted()) {
         throw HttpRequestFailedException("The server sent no answer");
     }
     if (hop_->isChunked && !hop_->chunks.isComplete()) {
         guard_->distrust();
         throw HttpRequestFailedException("The chunked body ended before its last line");
     }
-    guard_->requireWhole();
-    if (bodyBegun_ && !response_.getResponseBody().flush()) {
-        throw HttpRequestFailedException("The response body stream refused data");
+    if (hop_->tlsEnd.isMissing()) {
+        error_ = transferFailure("The connection ended without a word of the server", context());
+        return;
     }
+    guard_->requireWhole();
+    delivery_->finish();
     reportProgress(Clock::now(), true);
     if (aborted_) {
         throw HttpRequestCancelledException();
@@ -610,7 +551,7 @@ void Exchange::succeed() {
 
 bool Exchange::isRefusedTunnel() const {
     const auto code = info<long>(handle(), CURLINFO_HTTP_CONNECTCODE);
-    return !committed_ && code >= 300;
+    return !isCommitted() && code >= 300;
 }
 
 void Exchange::describeFailure(CURLcode code) {
@@ -629,7 +570,7 @@ void Exchange::describeFailure(CURLcode code) {
             context());
         return;
     }
-    if (code == CURLE_OUT_OF_MEMORY && !committed_) {
+    if (code == CURLE_OUT_OF_MEMORY && !isCommitted()) {
         isLasting_ = true;
         error_ = transferFailure("response header too long (libcurl 27)", context());
         return;
@@ -702,7 +643,7 @@ TransferContext Exchange::context() const {
 
 void Exchange::settleResponse() noexcept {
     try {
-        if (committed_) {
+        if (isCommitted()) {
             // Without a redirect exactly the URL of the request: an added "/" would look like one.
             const bool isElsewhere = redirects_ > 0 || upgraded_;
             response_.setTransactionReport(core::TransactionReport(
@@ -713,43 +654,19 @@ void Exchange::settleResponse() noexcept {
             response_.setResponseCodeAndReason(HttpResponseCode::RequestNotMade,
                                                "Request Not Made");
             response_.setHeaders({});
-        } else if (!committed_ && sent_) {
+        } else if (!isCommitted() && sent_) {
             response_.setResponseCodeAndReason(HttpResponseCode::ResponseNotReceived,
                                                "Response Not Received");
         }
         if (guard_ != nullptr) {
             guard_->leaveMark(error_ != nullptr);
-            keepBodyForRetry();
+            delivery_->keepForRetry(request_, settings_.resumeOnRetry);
         }
     } catch (...) {
         // Only the caller's own callbacks throw here, and the first error says more.
         if (error_ == nullptr) {
             error_ = std::current_exception();
         }
-    }
-}
-
-void Exchange::keepBodyForRetry() {
-    const HttpResponseCode code = response_.getResponseCode();
-    if (!history_.isAttended || code == HttpResponseCode::RequestNotMade) {
-        // The core leaves the response of a request that was not made as it is.
-        return;
-    }
-    const bool saysSo = response_.hasHeader("Accept-Ranges") &&
-                        response_.getHeaderValue("Accept-Ranges") == "bytes";
-    if (guard_->isResumable() && !saysSo) {
-        core::HttpHeaders headers = response_.getHeaders();
-        history_.held.emplace(code, headers);
-        response_.setHeaders(HeldAnswer::keeping(std::move(headers)));
-    }
-    // Deliberate: the core adds the position of the body to every progress report of the next attempts,
-    // again for each of them. What it adds is taken off beforehand, so that the caller sees the truth.
-    const bool isShifted = settings_.resumeOnRetry && request_.hasProgressCallback() &&
-                           code != HttpResponseCode::RangeNotSatisfiable &&
-                           (guard_->isResumable() || (saysSo && bodyBegun_));
-    if (isShifted) {
-        history_.progressShift +=
-            std::max<std::int64_t>(writePosition(response_.getResponseBody()), 0);
     }
 }
 

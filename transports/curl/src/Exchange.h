@@ -7,8 +7,10 @@
 #include "ProxyResolver.h"
 #include "RequestHeaders.h"
 #include "RequestRecord.h"
+#include "ResponseDelivery.h"
 #include "ResponseFraming.h"
 #include "ResumeGuard.h"
+#include "TlsEnd.h"
 #include "TransferError.h"
 #include "TransferSettings.h"
 #include "TransferShares.h"
@@ -88,13 +90,14 @@ private:
         HeaderBlock connectBlock;  ///< The proxy's last answer to CONNECT.
         std::int64_t headerBytes = 0;
         std::int64_t swallowedBytes = 0;
+        TlsEnd tlsEnd;  ///< Of a body that ends with its connection.
         ChunkCheck chunks;
         bool isChunked = false;  ///< The body comes in chunks.
         bool inBlock = false;
-        bool answered = false;     ///< A byte of the answer has come.
-        bool undecided = false;    ///< The block is delivered unless libcurl repeats the request.
-        bool compares = false;     ///< The block is delivered once its body proved to continue ours.
-        bool redirects = false;    ///< The answer sends the client elsewhere; its body is dropped.
+        bool answered = false;   ///< A byte of the answer has come.
+        bool undecided = false;  ///< The block is delivered unless libcurl repeats the request.
+        bool compares = false;   ///< The block is delivered once its body proved to continue ours.
+        bool redirects = false;  ///< The answer sends the client elsewhere; its body is dropped.
         bool givesUpBody = false;  ///< Ended on purpose in a body that is dropped.
 
         /// The answer is for the transport, not for the caller.
@@ -116,24 +119,23 @@ private:
     bool guarded(Action&& action) noexcept;
     void onHeader(std::string_view line);
     void onBlock();
+    bool endsWithConnection(const HeaderBlock& block) const;
     void onRawBody(std::string_view data);
     [[noreturn]] void refuseAnswer(const std::string& flaw);
-    void requireRoomFor(std::int64_t bytes) const;
     void onBody(std::string_view data);
     std::size_t onRead(char* buffer, std::size_t size);
     int onSeek();
     void commit(const HeaderBlock& block);
     void deliver(const HeaderBlock& block, ResumeGuard::Verdict verdict);
-    void append(std::string_view data);
-    void spillPage();
     void reportProgress(Clock::time_point now, bool isLast);
     Deadlines::State state() const;
+    /// The response holds the code and headers of this attempt.
+    bool isCommitted() const { return delivery_.has_value() && delivery_->isBegun(); }
 
     Next conclude(CURLcode code);
     void succeed();
     void describeFailure(CURLcode code);
     void settleResponse() noexcept;
-    void keepBodyForRetry();
     void report() noexcept;
     bool isRefusedTunnel() const;
     TransferContext context() const;
@@ -165,6 +167,7 @@ private:
     Origin firstOrigin_;
     std::unique_ptr<RequestHeaders> headers_;
     std::unique_ptr<ResumeGuard> guard_;
+    std::optional<ResponseDelivery> delivery_;
     std::optional<UploadSource> upload_;
     bool sendsForm_ = false;
     std::unique_ptr<Hop> hop_;
@@ -172,15 +175,12 @@ private:
     int proxyRepeats_ = 0;   ///< Of the hop.
     bool upgraded_ = false;  ///< libcurl went from http to https for the sake of HSTS.
 
-    bool committed_ = false;  ///< The response holds the code and headers of this attempt.
-    bool bodyBegun_ = false;
     bool startsOver_ = false;  ///< The answer did not continue the body; ask again for all of it.
     bool tooManyRedirects_ = false;
     bool timedOut_ = false;
     bool aborted_ = false;       ///< By the progress callback.
     bool sent_ = false;          ///< Some hop got as far as sending.
     std::int64_t received_ = 0;  ///< Body bytes that came, those of redirects and dropped ones too.
-    std::int64_t appended_ = 0;  ///< Body bytes that went into the response body.
     std::exception_ptr callbackError_;
     bool isRefused_ = false;  ///< The answer was malformed; the next one may be better.
     bool isLasting_ = false;  ///< The next attempt would meet the error again.

@@ -20,16 +20,16 @@ struct RequestHistory {
         int withoutProgress = 0;  ///< Waits since new bytes came.
     };
 
-    bool isStarting = false;            ///< Made by makeAsyncRequest() and without an id yet.
-    bool isAttended = false;            ///< It ends in makeRequest() or makeAsyncRequest().
-    bool isDelivered = false;           ///< Its caller has the response.
+    bool isStarting = false;   ///< Made by makeAsyncRequest() and without an id yet.
+    bool isAttended = false;   ///< It ends in makeRequest() or makeAsyncRequest().
+    bool isDelivered = false;  ///< Its caller has the response.
     int attempts = 0;
     Clock::time_point begun;            ///< When the first attempt began.
     std::optional<Origin> firstOrigin;  ///< Of the first hop of the first attempt.
     std::int64_t mostHeld = 0;          ///< Most bytes of the body that an attempt left behind.
     std::optional<HeldAnswer> held;     ///< Of the last attempt.
     std::int64_t progressShift = 0;     ///< What the core adds to the progress of the next attempt.
-    std::exception_ptr lastingFailure;  ///< The last error, if the next attempt would meet it again.
+    std::exception_ptr lastingFailure;  ///< The last error, if it would come again.
     Retries retries;
 };
 

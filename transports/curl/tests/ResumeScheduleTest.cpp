@@ -46,13 +46,16 @@ Version makeVersion(std::mt19937& random, Pin pin, int number, std::size_t size)
             version.fields = "ETag: W/" + tag + "\r\n";
             break;
         case Pin::OldDate:
-            version.fields = "Date: Sun, 06 Nov 1994 09:00:00 GMT\r\n"
-                             "Last-Modified: Sun, 06 Nov 1994 08:49:" + second + " GMT\r\n";
+            version.fields =
+                "Date: Sun, 06 Nov 1994 09:00:00 GMT\r\n"
+                "Last-Modified: Sun, 06 Nov 1994 08:49:" +
+                second + " GMT\r\n";
             break;
         case Pin::FreshDate:
             // The same for all versions: within the second it tells nothing.
-            version.fields = "Date: Sun, 06 Nov 1994 09:00:00 GMT\r\n"
-                             "Last-Modified: Sun, 06 Nov 1994 09:00:00 GMT\r\n";
+            version.fields =
+                "Date: Sun, 06 Nov 1994 09:00:00 GMT\r\n"
+                "Last-Modified: Sun, 06 Nov 1994 09:00:00 GMT\r\n";
             break;
         case Pin::Nothing:
             break;
@@ -62,8 +65,9 @@ Version makeVersion(std::mt19937& random, Pin pin, int number, std::size_t size)
 
 std::string ifRangeOf(const Version& version, Pin pin) {
     const std::size_t colon = version.fields.rfind(": ");
-    return pin == Pin::Nothing ? std::string()
-                               : version.fields.substr(colon + 2, version.fields.size() - colon - 4);
+    return pin == Pin::Nothing
+               ? std::string()
+               : version.fields.substr(colon + 2, version.fields.size() - colon - 4);
 }
 
 std::string answer(const std::string& status,
@@ -104,9 +108,9 @@ private:
     // Half of the versions are as long as the one before: their total gives nothing away.
     void change() {
         const bool isAsLong = !versions_.empty() && number(2) == 0;
-        versions_.push_back(makeVersion(
-            random_, pin_, static_cast<int>(versions_.size()),
-            isAsLong ? versions_.back().content.size() : 70000 + number(200000)));
+        versions_.push_back(
+            makeVersion(random_, pin_, static_cast<int>(versions_.size()),
+                        isAsLong ? versions_.back().content.size() : 70000 + number(200000)));
     }
 
     std::optional<std::size_t> offsetOf(const ReceivedRequest& request) const {
@@ -124,8 +128,8 @@ private:
         const std::optional<std::size_t> offset = offsetOf(request);
         const std::string condition = request.header("If-Range");
         const bool ignoresConditions = number(3) == 0;
-        const bool holds = ignoresConditions || condition.empty() ||
-                           condition == ifRangeOf(version, pin_);
+        const bool holds =
+            ignoresConditions || condition.empty() || condition == ifRangeOf(version, pin_);
         const bool chunked = number(4) == 0;
         if (!offset.has_value() || !holds) {
             return answer("200 OK", version.fields, version.content, chunked);
@@ -206,19 +210,16 @@ private:
 using Parameter = std::tuple<Pin, Road>;
 
 class ResumeScheduleTest : public ::testing::TestWithParam<Parameter> {};
-INSTANTIATE_TEST_SUITE_P(Schedules,
-                         ResumeScheduleTest,
-                         ::testing::Combine(::testing::Values(Pin::StrongTag,
-                                                              Pin::OldDate,
-                                                              Pin::FreshDate,
-                                                              Pin::WeakTag,
-                                                              Pin::Nothing),
-                                            ::testing::Values(Road::Synchronous,
-                                                              Road::Asynchronous)),
-                         [](const auto& parameter) {
-                             return ::testing::PrintToString(std::get<0>(parameter.param)) +
-                                    ::testing::PrintToString(std::get<1>(parameter.param));
-                         });
+INSTANTIATE_TEST_SUITE_P(
+    Schedules,
+    ResumeScheduleTest,
+    ::testing::Combine(
+        ::testing::Values(Pin::StrongTag, Pin::OldDate, Pin::FreshDate, Pin::WeakTag, Pin::Nothing),
+        ::testing::Values(Road::Synchronous, Road::Asynchronous)),
+    [](const auto& parameter) {
+        return ::testing::PrintToString(std::get<0>(parameter.param)) +
+               ::testing::PrintToString(std::get<1>(parameter.param));
+    });
 
 TEST_P(ResumeScheduleTest, EndsWithOneVersionOrAFailure) {
     const auto& [pin, road] = GetParam();
@@ -231,7 +232,9 @@ TEST_P(ResumeScheduleTest, EndsWithOneVersionOrAFailure) {
         FaultyServer server(seed + round, pin);
         std::vector<AttemptReport> reports;
         CurlClientOptions options;
-        options.attemptObserver = [&reports](const AttemptReport& each) { reports.push_back(each); };
+        options.attemptObserver = [&reports](const AttemptReport& each) {
+            reports.push_back(each);
+        };
         TestClient client(std::move(options));
         ResumingRetryOptions retry;
         retry.maxRetries = 40;
@@ -339,9 +342,9 @@ INSTANTIATE_TEST_SUITE_P(Roads,
 TEST_P(ResumeCostTest, StrongValidatorsCostNoByteTwice) {
     std::mt19937 random(1);
     const std::string content = randomText(random, 1000000);
-    for (const char* fields :
-         {"ETag: \"a\"\r\n", "Date: Sun, 06 Nov 1994 08:51:00 GMT\r\n"
-                             "Last-Modified: Sun, 06 Nov 1994 08:49:37 GMT\r\n"}) {
+    for (const char* fields : {"ETag: \"a\"\r\n",
+                               "Date: Sun, 06 Nov 1994 08:51:00 GMT\r\n"
+                               "Last-Modified: Sun, 06 Nov 1994 08:49:37 GMT\r\n"}) {
         CuttingServer server(content, fields, 70000);
         EXPECT_LE(run(server, content), 1.05);
         EXPECT_EQ(server->requestCount(), 15);

@@ -22,17 +22,35 @@ struct TransferSettings;
 ///
 /// What a request gets on its way:
 /// - Redirects 301, 302, 303, 307 and 308 are followed up to `maxRedirects`. The last answer of too long a
-///   chain is in the response, with the error "Maximum number of redirects (N) reached". `Authorization`
-///   and `Cookie` go to no other scheme, host or port than the first. The transaction report counts the
-///   hops and names the URL that answered.
+///   chain is in the response, with the error "Maximum number of redirects (N) reached". `Authorization`,
+///   `Cookie` and the options' sensitive headers go to no other scheme, host or port than the first of the
+///   request, neither by a redirect nor where the core rebuilds the request after 426. The transaction
+///   report counts the hops and names the URL that answered.
 /// - Request headers whose name is no token or whose value holds CR, LF or NUL fail the request before
-///   anything is sent. Headers that begin with `QZ-Internal-` never travel in either direction.
+///   anything is sent, and so do such names, file names and headers of the parts of a multipart body.
+///   Headers that begin with `QZ-Internal-` never travel in either direction.
+/// - A URL whose host libcurl reads differently than the core does is refused ("The URL of the request has
+///   no clear host"): user information, percent signs in the host, numbers for IPv4 addresses.
 /// - A body is sent with its `Content-Length`, cut or refused where the stream does not fit it, or else in
 ///   chunks. `Expect` is sent only when the request has it. A POST or PATCH is never repeated by the
 ///   transport itself.
-/// - With `resumeOnRetry`, a body that broke off is continued only by a 206 of the same entity (by its
-///   strong ETag), total size and offset; everything else starts the body over. A body shorter than the
-///   headers promise is an error.
+/// - An answer whose end is in doubt is an error: a header block that breaks off, lengths that contradict
+///   each other or the coding, chunks that RFC 9112 does not know, a body shorter than it was declared. A
+///   body without length and chunks ends with its connection, which over TLS the server has to announce;
+///   over TCP nothing tells a whole one from a broken one. Codings of the content are not decoded.
+/// - With `resumeOnRetry`, a GET whose body broke off is continued only by a 206 of the same version, total
+///   size and offset; everything else starts the body over, without the caller noticing where the same
+///   attempt can do that. A strong ETag pins the version; without an ETag Last-Modified does where it is
+///   strong (RFC 9110, 8.8.2.2), sent in If-Range. Where nothing pins it, or only a date of less than a
+///   minute, the last 64 KiB held are fetched again and compared before anything is appended; that needs a
+///   body stream that can be read, else the body starts over. Without a validator a change before the last
+///   64 KiB goes unseen. Bodies with a Content-Encoding are never continued.
+/// - Between the attempts of makeRequest() and makeAsyncRequest(), what is held of the body outlives error
+///   pages and lost connections. The page of an error waits in memory, up to 256 KiB; a larger one takes the
+///   place of the body at once. Meanwhile the response that strategies see has code and headers of the
+///   page, an added "Accept-Ranges: bytes" and the body that is held. The caller gets the page with its own
+///   headers if no further attempt follows; the stream factory is then called for it.
+/// - Progress counts from the beginning of the body, also in an attempt that continues it.
 /// - The proxy is the configured one, or that of the environment variables `http_proxy`, `https_proxy`,
 ///   `all_proxy` and `no_proxy` as they were when the client was made. A 407 arrives as a response, with
 ///   the header `QZ-Internal-Proxy-Info` naming the proxy as host:port.
