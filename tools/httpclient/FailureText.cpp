@@ -111,7 +111,9 @@ Failure failureFor(const std::exception_ptr& error, const std::string& url) {
     } catch (const HttpRequestFailedException& failure) {
         const std::string text = failure.what();
         const Advice advice = adviceFor(text);
-        return {advice.code, text + "; " + advice.text};
+        // What libcurl found names the URL; what was found in the answer does not.
+        const bool namesPlace = text.find("://") != std::string::npos;
+        return {advice.code, (namesPlace ? text : url + ": " + text) + "; " + advice.text};
     } catch (const std::exception& failure) {
         return {ExitCode::Failed, url + ": " + failure.what() + "; try again"};
     } catch (...) {

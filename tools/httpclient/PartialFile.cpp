@@ -53,7 +53,7 @@ bool digestUpTo(Sha256& digest, std::int64_t& position, std::int64_t end, const 
 
 }  // namespace
 
-std::unique_ptr<PartialFile> PartialFile::open(Place place, bool resume) {
+std::unique_ptr<PartialFile> PartialFile::open(const Place& place, bool resume) {
     constexpr int enough = 100;
     for (int number = 0; number < enough; ++number) {
         if (auto file = openAt(place, number, resume)) {
@@ -106,19 +106,19 @@ bool PartialFile::attach(bool resume) {
     if (body_ == nullptr) {
         body_ = BodyFile::createAt(part_, 0666);
     }
-    if (body_ == nullptr || body_->size() == 0 || !resume || !journal_->header().has_value()) {
+    const std::optional<JournalHeader>& header = journal_->header();
+    if (body_ == nullptr || body_->size() == 0 || !resume || !header.has_value()) {
         return body_ != nullptr;
     }
-    if (journal_->header()->urlDigest != Sha256::of(place_.url)) {
+    if (header->urlDigest != Sha256::of(place_.url)) {
         settled_ = true;
         refuse(part_, "it belongs to another URL; without --resume it is replaced");
     }
-    findHeldPart();
+    findHeldPart(*header);
     return true;
 }
 
-void PartialFile::findHeldPart() {
-    const JournalHeader& header = *journal_->header();
+void PartialFile::findHeldPart(const JournalHeader& header) {
     if (header.validator.empty()) {
         return;
     }

@@ -31,7 +31,7 @@ public:
     /// its last checkpoint that fits its bytes; reads them all. Otherwise it starts over.
     /// @throws Failure with `ExitCode::Failed` when it cannot be created; with `ExitCode::ResumeRefused`
     /// when it is to be resumed but belongs to another URL or another process is working on it.
-    static std::unique_ptr<PartialFile> open(Place place, bool resume);
+    static std::unique_ptr<PartialFile> open(const Place& place, bool resume);
 
     /// Removes the partial file and its journal, unless they were published or kept, or no body began: then
     /// those of an earlier process stay as they were.
@@ -50,7 +50,7 @@ private:
     PartialFile(Place place, std::filesystem::path part, std::unique_ptr<Journal> journal);
     static std::unique_ptr<PartialFile> openAt(const Place& place, int number, bool resume);
     bool attach(bool resume);
-    void findHeldPart();
+    void findHeldPart(const JournalHeader& header);
     void beginAt(std::int64_t offset, const Entity& entity) override;
     bool add(std::string_view bytes) override;
     void recordProgress();

@@ -152,7 +152,7 @@ void StreamOutput::remember(std::string_view bytes) {
     while (!bytes.empty()) {
         const std::size_t place = static_cast<std::size_t>(position) % memory;
         const std::size_t count = std::min(bytes.size(), memory - place);
-        std::copy_n(bytes.data(), count, last_.data() + place);
+        bytes.copy(last_.data() + place, count);
         position += static_cast<std::int64_t>(count);
         bytes.remove_prefix(count);
     }
@@ -176,7 +176,7 @@ void StreamOutput::requireContinued() {
         fail(changed());
     }
     if (const auto failure = trouble()) {
-        throw *failure;
+        throw Failure(*failure);
     }
 }
 
@@ -184,7 +184,7 @@ void StreamOutput::publish() {
     requireContinued();
     // A pipe without any bytes is opened and closed all the same: its reader waits for the end.
     if (!open() || !emitPreamble()) {
-        throw *trouble();
+        throw trouble().value_or(cannotWrite(EIO));
     }
     // A file behind standard output may report a full disk this late; what is no file cannot be
     // synchronised and says so.

@@ -226,14 +226,17 @@ void Transfer::requireWhole(const HttpResponse& response) const {
 
 void Transfer::conclude(Outcome& outcome) {
     if (const auto trouble = destination_->trouble()) {
-        throw *trouble;
+        throw Failure(*trouble);
     }
     const HttpResponse& response = outcome.response;
     tellHead(response);
     if (!isSuccessful(outcome)) {
         if (context_.options.includeHead && outcome.error == nullptr) {
             for (const auto& [name, value] : response.getHeaders()) {
-                context_.errors.note(name + ": " + value);
+                std::string line = name;
+                line += ": ";
+                line += value;
+                context_.errors.note(line);
             }
         }
         throw giveUp(failureFor(outcome, url_));

@@ -121,7 +121,7 @@ TEST_F(HttpclientRequestsTest, SilenceIsTwo) {
 
 TEST_F(HttpclientRequestsTest, SeveralUrlsAtOnceGoToAFileEach) {
     LoopbackServer server([](const ReceivedRequest& request, Connection& connection) {
-        // Each answer waits for the others to be asked for.
+        // Slow enough for several to be under way at once.
         connection.pause(std::chrono::milliseconds(20));
         connection.sendResponse(request.target == "/3" ? 404 : 200, "-", {},
                                 std::string(100'000, request.target[1]));

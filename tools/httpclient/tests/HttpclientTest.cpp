@@ -96,7 +96,7 @@ TEST_F(HttpclientTest, GivesUpAfterTheLastRetryAndKeepsWhatCanBeContinued) {
 
 TEST_F(HttpclientTest, AnInterruptedDownloadThatCanBeContinuedIs) {
     FlakyFileServer::Options options = flaky(0);
-    options.bytesPerSecond = 10'000'000;
+    options.bytesPerSecond = 2'000'000;
     const FlakyFileServer server(options);
     const auto process = start({"get", server.url(), "-o", file()});
     while (!std::filesystem::exists(folder_ / "f.part") ||

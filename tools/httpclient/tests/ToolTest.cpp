@@ -231,10 +231,12 @@ TEST_F(ToolTest, ABodyThatBreaksToTheEndIsExitCodeOne) {
 }
 
 TEST_F(ToolTest, ACertificateErrorIsExitCodeSevenAndNotRetried) {
-    script_.steps = {failWith<HttpRequestFailedException>("TLS verification: no (libcurl 60)")};
-    expectFailure(ExitCode::Tls,
-                  "TLS verification: no (libcurl 60); check the host name, or name the right "
-                  "certificates with --cacert");
+    script_.steps = {
+        failWith<HttpRequestFailedException>("GET https://h: TLS verification: no (libcurl 60)")};
+    expectFailure(
+        ExitCode::Tls,
+        "GET https://h: TLS verification: no (libcurl 60); check the host name, or name the right "
+        "certificates with --cacert");
 }
 
 TEST_F(ToolTest, ATimeoutIsExitCodeTwo) {
