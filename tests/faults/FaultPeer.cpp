@@ -353,7 +353,7 @@ FaultPeer::~FaultPeer() = default;
 
 std::string FaultPeer::add(const Schedule& schedule) {
     const std::lock_guard lock(mutex_);
-    plays_[schedule.seed] = {&schedule, 0, 0, {}};
+    plays_[schedule.seed] = {&schedule, 0, 0, false, {}};
     return server_->url("/" + std::to_string(schedule.seed));
 }
 
@@ -365,6 +365,11 @@ void FaultPeer::forget(const Schedule& schedule) {
 std::vector<std::string> FaultPeer::pages(const Schedule& schedule) const {
     const std::lock_guard lock(mutex_);
     return plays_.at(schedule.seed).pages;
+}
+
+bool FaultPeer::refusedARange(const Schedule& schedule) const {
+    const std::lock_guard lock(mutex_);
+    return plays_.at(schedule.seed).refusedARange;
 }
 
 int FaultPeer::requestCount(const Schedule& schedule) const {
@@ -406,6 +411,7 @@ void FaultPeer::answer(const ReceivedRequest& request, Connection& connection) {
         const std::lock_guard lock(mutex_);
         if (const auto play = plays_.find(seed); play != plays_.end()) {
             play->second.pages.push_back(message.body);
+            play->second.refusedARange |= message.status == 416;
         }
     }
     const std::size_t sent = transmit(message, step, connection);

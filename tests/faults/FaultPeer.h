@@ -27,6 +27,8 @@ public:
 
     /// The bodies of the error pages sent for the schedule so far.
     std::vector<std::string> pages(const Schedule& schedule) const;
+    /// Whether some range was answered with 416, after which a client may ask for all.
+    bool refusedARange(const Schedule& schedule) const;
     int requestCount(const Schedule& schedule) const;
     /// All bytes given to the network for the schedule, heads included.
     std::size_t bytesSent(const Schedule& schedule) const;
@@ -36,6 +38,7 @@ private:
         const Schedule* schedule;
         std::size_t requests = 0;
         std::size_t bytesSent = 0;
+        bool refusedARange = false;
         std::vector<std::string> pages;
     };
 

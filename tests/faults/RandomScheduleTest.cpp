@@ -96,7 +96,8 @@ TEST(ScheduleJudgeTest, TakesOneWholeVersionOnly) {
 TEST(ScheduleJudgeTest, TakesTheRangeOfACallerInPartOnly) {
     Schedule schedule = twoVersions();
     schedule.callersRange = "bytes=3-6";
-    examples::Reply part{HttpResponseCode::PartialContent, "Partial Content", {}, "3456"};
+    examples::Reply part{HttpResponseCode::PartialContent, "Partial Content",
+                         HttpHeaders({{"Content-Range", "bytes 3-6/10"}}), "3456"};
     EXPECT_EQ(endingOf(schedule, part), Ending::Exact);
     part.body = "345";
     EXPECT_EQ(endingOf(schedule, part), Ending::Corruption);

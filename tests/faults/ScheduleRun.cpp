@@ -185,10 +185,16 @@ std::string difference(const std::string& body, const std::string& right) {
            std::to_string(right.size()) + " up to " + std::to_string(at - body.begin());
 }
 
-Verdict judgeBody(const Schedule& schedule, HttpResponseCode code, const std::string& body) {
+Verdict judgeBody(const Schedule& schedule,
+                  HttpResponseCode code,
+                  const std::string& body,
+                  bool mayBeWhole) {
     std::string seen = to_string(code) + ":";
     const bool isPart = code == HttpResponseCode::PartialContent && !schedule.callersRange.empty();
     for (const Version& version : schedule.versions) {
+        if (mayBeWhole && body == version.data) {
+            return {Ending::Exact, seen};
+        }
         Slice slice{0, version.data.size()};
         if (isPart) {
             slice = sliceOf(schedule.callersRange, version.data.size()).value_or(slice);
@@ -217,7 +223,7 @@ Verdict judge(const Schedule& schedule,
     }
     const HttpResponseCode code = outcome.response.getResponseCode();
     if (isSuccess(code)) {
-        return judgeBody(schedule, code, body);
+        return judgeBody(schedule, code, body, peer.refusedARange(schedule));
     }
     const std::vector<std::string> pages = peer.pages(schedule);
     const bool isPage = std::find(pages.begin(), pages.end(), body) != pages.end();

@@ -63,8 +63,8 @@ void ConnectionSockets::connected(const Ends& ends) noexcept {
             named_[nameOf(ends)] = *made;
             unnamed_.erase(made);
         }
-    } catch (const std::exception&) {
         // Without memory a connection stays unknown, and is used unseen.
+    } catch (const std::exception&) {  // NOLINT(bugprone-empty-catch): see above
     }
 }
 

@@ -276,6 +276,7 @@ std::size_t Exchange::writeCallback(char* data, std::size_t size, std::size_t co
                                                                : CURL_WRITEFUNC_ERROR;
 }
 
+// NOLINTBEGIN(readability-non-const-parameter): the signature is libcurl's
 int Exchange::beforeRequestCallback(void* self,
                                     char* remoteAddress,
                                     char* localAddress,
@@ -291,6 +292,7 @@ int Exchange::beforeRequestCallback(void* self,
     exchange.hop_->isSoiled = exchange.shared_.sockets.hasUnread(ends);
     return exchange.hop_->isSoiled ? CURL_PREREQFUNC_ABORT : CURL_PREREQFUNC_OK;
 }
+// NOLINTEND(readability-non-const-parameter)
 
 int Exchange::debugCallback(CURL* /*easy*/,
                             curl_infotype type,

@@ -5,6 +5,7 @@
 
 #include <foundation/httpclient_core/HttpRequestFailedException.h>
 
+#include <algorithm>
 #include <charconv>
 #include <iostream>
 
@@ -14,11 +15,48 @@ namespace {
 using httpclient_core::HttpRequestFailedException;
 using httpclient_core::HttpResponseCode;
 
-bool isPlain(const HeaderBlock& block) {
+bool hasSeveralParts(const HeaderBlock& block) {
     constexpr std::string_view severalRanges = "multipart/byteranges";
+    return sameName(block.header("Content-Type").substr(0, severalRanges.size()), severalRanges);
+}
+
+bool isPlain(const HeaderBlock& block) {
     const std::string coding = block.header("Content-Encoding");
-    return (coding.empty() || sameName(coding, "identity")) &&
-           !sameName(block.header("Content-Type").substr(0, severalRanges.size()), severalRanges);
+    return (coding.empty() || sameName(coding, "identity")) && !hasSeveralParts(block);
+}
+
+// Nothing also where several fields contradict each other.
+std::optional<ByteRange> sentRange(const HeaderBlock& block) {
+    const std::string text = block.header("Content-Range");
+    for (const auto& [name, value] : block.headers()) {
+        if (sameName(name, "Content-Range") && value != text) {
+            return std::nullopt;
+        }
+    }
+    return ByteRange::fromContentRange(text);
+}
+
+bool isOneRangeOfBytes(const std::string& range) {
+    return range.starts_with("bytes=") && range.find(',') == std::string::npos;
+}
+
+// The bytes that a Range field means in a resource of this size, -1 for an unknown one. Nothing for several
+// ranges, and for the last bytes of a resource of unknown size.
+std::optional<ByteRange> askedRange(const std::string& range, std::int64_t total) {
+    constexpr std::string_view suffix = "bytes=-";
+    std::optional<ByteRange> asked = ByteRange::fromRange(range);
+    if (!asked.has_value() && range.starts_with(suffix) && total >= 0) {
+        // The same text with a 0 in front names as many bytes from the beginning.
+        asked = ByteRange::fromRange("bytes=0-" + range.substr(suffix.size()));
+        if (asked.has_value()) {
+            asked->first = std::max<std::int64_t>(0, total - asked->last);
+            asked->last = -1;
+        }
+    }
+    if (asked.has_value() && total >= 0) {
+        asked->last = asked->last < 0 ? total - 1 : std::min(asked->last, total - 1);
+    }
+    return asked;
 }
 
 std::int64_t contentLength(const HeaderBlock& block) {
@@ -26,6 +64,12 @@ std::int64_t contentLength(const HeaderBlock& block) {
     std::int64_t length = -1;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), length);
     return error == std::errc() && end == text.data() + text.size() ? length : -1;
+}
+
+// The last byte to end with: of what was asked for, where the server sends less of it.
+std::int64_t wantedLast(const std::string& range, const ByteRange& sent) {
+    const std::optional<ByteRange> asked = askedRange(range, sent.total);
+    return sent.total >= 0 && asked.has_value() ? std::max(asked->last, sent.last) : sent.last;
 }
 
 }  // namespace
@@ -66,6 +110,10 @@ bool ResumeGuard::canResume(const std::string& range) {
         writePosition(response_.getResponseBody()) != mark_.position) {
         return false;
     }
+    if (mark_.last >= 0 && mark_.first + mark_.held > mark_.last) {
+        // Broken off behind the last byte wanted: no range names nothing.
+        return false;
+    }
     if (mark_.validator.strength == Validator::Strength::Sure) {
         return true;
     }
@@ -95,8 +143,7 @@ void ResumeGuard::startOver() {
 }
 
 bool ResumeGuard::continuesBody(const HeaderBlock& block) const {
-    const std::optional<ByteRange> sent =
-        ByteRange::fromContentRange(block.header("Content-Range"));
+    const std::optional<ByteRange> sent = sentRange(block);
     const std::int64_t length = contentLength(block);
     return sent.has_value() && isPlain(block) && mark_.validator.matches(block) &&
            sent->first == mark_.first + mark_.held - overlapSize() &&
@@ -123,14 +170,16 @@ ResumeGuard::Verdict ResumeGuard::judge(const HeaderBlock& block) const {
     if (!isPartial) {
         return range_.empty() ? Verdict::Accept : Verdict::Replace;
     }
-    const std::optional<ByteRange> sent =
-        ByteRange::fromContentRange(block.header("Content-Range"));
+    const std::optional<ByteRange> sent = sentRange(block);
     const bool isWhole = sent.has_value() && sent->first == 0 && sent->last == sent->total - 1;
     if (range_.empty() && !isWhole) {
         throw HttpRequestFailedException(
             "The server sent part of the resource although no range was asked for");
     }
-    const std::optional<ByteRange> asked = ByteRange::fromRange(range_);
+    if (isOneRangeOfBytes(range_) && (!sent.has_value() || hasSeveralParts(block))) {
+        throw HttpRequestFailedException("The server sent a part without saying which one");
+    }
+    const std::optional<ByteRange> asked = askedRange(range_, sent.has_value() ? sent->total : -1);
     if (asked.has_value() && sent.has_value() &&
         (sent->first != asked->first || (asked->last >= 0 && sent->last > asked->last))) {
         throw HttpRequestFailedException("The server sent another range than the one asked for");
@@ -162,8 +211,7 @@ void ResumeGuard::commit(const HeaderBlock& block, Verdict verdict) {
         response_.resetResponseBody();
     }
     const bool isPartial = block.code() == HttpResponseCode::PartialContent;
-    const std::optional<ByteRange> sent =
-        isPartial ? ByteRange::fromContentRange(block.header("Content-Range")) : std::nullopt;
+    const std::optional<ByteRange> sent = isPartial ? sentRange(block) : std::nullopt;
     if (sent.has_value()) {
         expected_ = sent->last - sent->first + 1;
         mark_.total = sent->total >= 0 ? sent->total : mark_.total;
@@ -175,15 +223,17 @@ void ResumeGuard::commit(const HeaderBlock& block, Verdict verdict) {
         }
         resuming_ = false;
         mark_.first = sent.has_value() ? sent->first : 0;
-        mark_.last = sent.has_value() ? sent->last : -1;
+        mark_.last = sent.has_value() ? wantedLast(range_, *sent) : -1;
         mark_.total = sent.has_value() ? sent->total : contentLength(block);
         mark_.held = 0;
         mark_.validator = Validator(block);
     }
     // An answer to a range shows that there are ranges; the whole must say so.
-    resumable_ = request_.getHttpMethod() == httpclient_core::HttpMethod::GET && isPlain(block) &&
-                 (sent.has_value() || (block.code() == HttpResponseCode::OK &&
-                                       block.header("Accept-Ranges") == "bytes"));
+    resumable_ =
+        request_.getHttpMethod() == httpclient_core::HttpMethod::GET && isPlain(block) &&
+        // The whole in place of a caller's range would end as if it were that range.
+        (sent.has_value() || (block.code() == HttpResponseCode::OK && mark_.callersRange.empty() &&
+                              block.header("Accept-Ranges") == "bytes"));
 }
 
 void ResumeGuard::replaceByPage(std::size_t size) {
@@ -222,7 +272,7 @@ void ResumeGuard::requireWhole() {
         throw HttpRequestFailedException("The body does not fit its Content-Range");
     }
     const std::int64_t end = mark_.last >= 0 ? mark_.last + 1 : mark_.total;
-    if (resuming_ && end >= 0 && mark_.first + mark_.held < end) {
+    if ((resuming_ || expected_ >= 0) && end >= 0 && mark_.first + mark_.held < end) {
         throw HttpRequestFailedException("The server sent only part of the range asked for");
     }
     if (mark_.held < mark_.tail) {
