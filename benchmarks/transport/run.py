@@ -22,6 +22,7 @@ import json
 import os
 import re
 import shutil
+import signal
 import socket
 import statistics
 import subprocess
@@ -312,6 +313,8 @@ def parsed(arguments):
 
 def main(arguments):
     options = parsed(arguments)
+    # So that the server ends with this program in that case too.
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(1))
     bench = Bench(options.program)
     rows = []
     with tempfile.TemporaryDirectory(prefix="transport-bench-") as folder:
