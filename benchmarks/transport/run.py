@@ -248,6 +248,14 @@ neighbouring pairs. *4 threads of 2* is the default configuration; *1 threads of
 
 {machine}
 
+## Goals that are missed
+
+Small requests cost more than the goals allow. On top of what libcurl does, a request pays for its own values: URL,
+headers and body stream of request and response, their copies out of libcurl's callbacks, a configuration, a mark for a
+possible resume. That is about two thirds of the instructions that libcurl itself executes for the same request. With
+4 threads of 2 each thread has one answer at a time to wake for, where one thread of 8 finds several at once; spreading is
+kept all the same, because a body stream that blocks holds up only the transfers of its own thread.
+
 ## Again, elsewhere
 
     scripts/bench transport                                   # all rows; writes this page
