@@ -2,12 +2,14 @@
 #include "tools/httpclient/Tool.h"
 
 #include <foundation/httpclient_curl/CurlHttpClient.h>
+#include <foundation/httpclient_curl/TerminalCredentialPrompt.h>
 
 #include <clocale>
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
 #include <iostream>
+#include <memory>
 #include <string_view>
 #include <unistd.h>
 
@@ -54,6 +56,8 @@ int main(int argc, char** argv) {
     Environment environment{
         .makeClient =
             [](httpclient_curl::CurlClientOptions options) {
+                options.credentialPrompt =
+                    std::make_shared<httpclient_curl::TerminalCredentialPrompt>();
                 return std::make_unique<httpclient_curl::CurlHttpClient>(std::move(options));
             },
         .standardOutput = STDOUT_FILENO,
