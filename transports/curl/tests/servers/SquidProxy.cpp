@@ -4,6 +4,7 @@
 #include <pwd.h>
 #include <sstream>
 #include <stdexcept>
+#include <sys/mman.h>
 #include <unistd.h>
 
 namespace foundation::httpclient_curl::testing {
@@ -34,12 +35,13 @@ SquidProxy::SquidProxy(Scheme scheme, int maxNonceUses) {
     for (int i = 0; i < tries; ++i) {
         port_ = freePort();
         folder_.write("squid.conf", configuration(scheme, maxNonceUses));
-        process_ = std::make_unique<ChildProcess>(
-            std::vector<std::string>{program, "-N", "-f", folder_ / "squid.conf"});
+        process_ = std::make_unique<ChildProcess>(std::vector<std::string>{
+            program, "-N", "-n", serviceName(), "-f", folder_ / "squid.conf"});
         if (waitForPort(port_, *process_)) {
             return;
         }
         process_.reset();
+        removeSharedMemory();
         if (folder_.read("cache.log").find("Address already in use") == std::string::npos) {
             break;
         }
@@ -51,6 +53,18 @@ SquidProxy::~SquidProxy() {
     // In order it takes seconds to end. Its helpers go when their input ends.
     if (process_ != nullptr) {
         process_->signal(SIGKILL);
+        process_.reset();
+        removeSharedMemory();
+    }
+}
+
+std::string SquidProxy::serviceName() const {
+    return "test" + std::to_string(::getpid()) + "p" + std::to_string(port_);
+}
+
+void SquidProxy::removeSharedMemory() const {
+    for (const char* segment : {"metadata", "queues", "readers"}) {
+        ::shm_unlink(("/" + serviceName() + "-cf__" + segment + ".shm").c_str());
     }
 }
 

@@ -30,6 +30,9 @@ public:
 
 private:
     std::string configuration(Scheme scheme, int maxNonceUses) const;
+    /// Two of one name would share their memory, which a killed one leaves behind.
+    std::string serviceName() const;
+    void removeSharedMemory() const;
 
     ScratchFolder folder_;
     int port_ = 0;
