@@ -4,6 +4,7 @@
 #include "Md5.h"
 #include "Secret.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <random>
@@ -23,12 +24,8 @@ bool offersAuth(std::string_view protections) {
 }
 
 bool has(const AuthChallenge& challenge, std::string_view name) {
-    for (const auto& [candidate, value] : challenge.parameters) {
-        if (sameName(candidate, name)) {
-            return true;
-        }
-    }
-    return false;
+    return std::any_of(challenge.parameters.begin(), challenge.parameters.end(),
+                       [name](const auto& parameter) { return sameName(parameter.first, name); });
 }
 
 std::string quoted(std::string_view text) {

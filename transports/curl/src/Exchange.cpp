@@ -174,8 +174,8 @@ void Exchange::configureProxy(CURL* easy) {
         login = shared_.credentials.loginFor(proxy->info);
     }
     constexpr int mostRepeats = 2;
-    hop_->pass.emplace(std::move(*proxy), std::move(login), shared_.proxyKnowledge,
-                       proxyRepeats_ < mostRepeats);
+    hop_->pass = std::make_unique<ProxyPass>(std::move(*proxy), std::move(login),
+                                             shared_.proxyKnowledge, proxyRepeats_ < mostRepeats);
     hop_->pass->configure(easy, nameOf(method_), *url_);
 }
 
@@ -349,7 +349,7 @@ void Exchange::onHeader(std::string_view line) {
 void Exchange::onBlock() {
     const HeaderBlock& block = hop_->block;
     const bool toConnect = info<long>(handle(), CURLINFO_RESPONSE_CODE) == 0;
-    if (hop_->pass.has_value()) {
+    if (hop_->pass != nullptr) {
         hop_->pass->onAnswer(block, toConnect);
         if (hop_->pass->isRefused() && (upload_.has_value() || sendsForm_)) {
             // squid never reads the body that it refused, but keeps the connection open: a request that
@@ -390,7 +390,7 @@ void Exchange::onBlock() {
         }
     }
     hop_->undecided = (code == HttpResponseCode::ProxyAuthenticationRequired &&
-                       hop_->pass.has_value() && hop_->pass->libcurlAnswers()) ||
+                       hop_->pass != nullptr && hop_->pass->libcurlAnswers()) ||
                       (code == HttpResponseCode::ExpectationFailed && headers_->hasExpect());
     hop_->repeatsAllowed = hop_->undecided;
     if (!hop_->undecided) {
@@ -429,7 +429,7 @@ void Exchange::commit(const HeaderBlock& block) {
 
 void Exchange::deliver(const HeaderBlock& block, ResumeGuard::Verdict verdict) {
     core::HttpHeaders headers = block.headers();
-    if (hop_->pass.has_value() && hop_->pass->isRefused()) {
+    if (hop_->pass != nullptr && hop_->pass->isRefused()) {
         headers.addHeaderValue(proxyInfoHeader, hop_->pass->info());
         headers.addHeaderValue(proxyGenerationHeader, std::to_string(hop_->pass->generation()));
     }
@@ -574,7 +574,7 @@ Exchange::Next Exchange::conclude(CURLcode code) {
         deliver(hop_->block, ResumeGuard::Verdict::Accept);
     }
     adoptUpgrade();
-    if (hop_->pass.has_value() && hop_->pass->repeats()) {
+    if (hop_->pass != nullptr && hop_->pass->repeats()) {
         repeatForProxy();
         return Next::Again;
     }

@@ -90,7 +90,7 @@ private:
         std::unique_ptr<MultipartForm> form;
         std::array<char, CURL_ERROR_SIZE> errorText{};
         EasyHandle easy;
-        std::optional<ProxyPass> pass;  ///< None for a direct connection.
+        std::unique_ptr<ProxyPass> pass;  ///< Null for a direct connection.
         Deadlines deadlines;
         StreamWatch stream;
         HeaderBlock block;
@@ -110,7 +110,7 @@ private:
         bool givesUpBody = false;  ///< Ended on purpose in a body that is dropped.
 
         /// The answer is for the transport, not for the caller.
-        bool dropsBody() const { return redirects || (pass.has_value() && pass->repeats()); }
+        bool dropsBody() const { return redirects || (pass != nullptr && pass->repeats()); }
     };
 
     void prepare();

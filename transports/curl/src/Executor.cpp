@@ -201,11 +201,11 @@ void Executor::run(Threads::iterator self) {
     std::unique_lock lock(mutex_);
     --starting_;
     for (;;) {
-        if (needsWatcher() && !stopping_) {
+        if (needsWatcher() && !stopping_) {  // NOLINT(bugprone-branch-clone): the order decides
             watch(lock);
         } else if (!tasks_.empty()) {
             runTask(lock);
-        } else if (stopping_) {
+        } else if (stopping_) {  // NOLINT(bugprone-branch-clone): the order decides
             break;
         } else if (!watching_ && Clock::now() < watchUntil_) {
             watch(lock);

@@ -32,15 +32,15 @@ ProxyPass::ProxyPass(Proxy proxy,
                      ProxyKnowledge& knowledge,
                      bool mayRepeat)
     : proxy_(std::move(proxy)),
-      login_(std::move(login)),
+      login_(login.has_value() ? std::make_unique<ProxyLogin>(std::move(*login)) : nullptr),
       knowledge_(knowledge),
       mayRepeat_(mayRepeat) {
-    if (!login_.has_value() && proxy_.hasCredentials) {
-        login_.emplace(ProxyLogin{proxy_.user, Secret(proxy_.password), 0});
+    if (login_ == nullptr && proxy_.hasCredentials) {
+        login_ = std::make_unique<ProxyLogin>(ProxyLogin{proxy_.user, Secret(proxy_.password), 0});
     }
     wipe(proxy_.password);
     using namespace std::string_view_literals;
-    if (login_.has_value() && login_->user.find_first_of("\r\n\0"sv) != std::string::npos) {
+    if (login_ != nullptr && login_->user.find_first_of("\r\n\0"sv) != std::string::npos) {
         throw core::HttpRequestFailedException(
             "The user name for the proxy holds a line break or a NUL");
     }
@@ -49,7 +49,7 @@ ProxyPass::ProxyPass(Proxy proxy,
 void ProxyPass::configure(CURL* easy, const std::string& method, const WireUrl& url) {
     tunnels_ = url.origin().scheme == "https";
     setOption(easy, CURLOPT_PROXY, proxy_.url.c_str());
-    if (!login_.has_value()) {
+    if (login_ == nullptr) {
         return;
     }
     if (!proxy_.speaksHttp) {
@@ -108,7 +108,7 @@ void ProxyPass::onRefusal(const HeaderBlock& block, bool toConnect) {
     refused_ = true;
     ProxyKnowledge::Refusal refusal = knowledge_.learn(proxy_.info, block.headers());
     const long better = knowledge_.schemeFor(proxy_.info, asksForNegotiate());
-    repeats_ = login_.has_value() && scheme_ != 0 && better != 0 && better != scheme_;
+    repeats_ = login_ != nullptr && scheme_ != 0 && better != 0 && better != scheme_;
     if (libcurlAnswers_) {
         // With this nonce it makes its next try.
         nonce_ = std::move(refusal.nonce);

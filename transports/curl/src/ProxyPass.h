@@ -5,6 +5,7 @@
 #include "ProxyResolver.h"
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -44,10 +45,10 @@ private:
     bool showDigest(CURL* easy, const std::string& method, const WireUrl& url);
     void onRefusal(const HeaderBlock& block, bool toConnect);
     void onPassed(bool nonceWasSent);
-    bool asksForNegotiate() const { return login_.has_value() && login_->user.empty(); }
+    bool asksForNegotiate() const { return login_ != nullptr && login_->user.empty(); }
 
     Proxy proxy_;
-    std::optional<ProxyLogin> login_;
+    std::unique_ptr<const ProxyLogin> login_;  ///< Null shows no credentials.
     ProxyKnowledge& knowledge_;
     bool mayRepeat_;
     HeaderLines lines_;

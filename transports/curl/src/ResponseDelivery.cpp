@@ -66,11 +66,13 @@ void ResponseDelivery::append(std::string_view data) {
 
 // The page is too large to wait in memory; what was kept for its sake is given up.
 void ResponseDelivery::spillPage() {
-    const HeldAnswer answer = history_.held.value();
-    history_.held.reset();
-    response_.setHeaders(answer.headers());
-    guard_.replaceByPage(answer.page().size());
-    append(answer.page());
+    const std::optional<HeldAnswer> answer = std::exchange(history_.held, std::nullopt);
+    if (!answer.has_value()) {
+        return;
+    }
+    response_.setHeaders(answer->headers());
+    guard_.replaceByPage(answer->page().size());
+    append(answer->page());
 }
 
 void ResponseDelivery::requireRoomFor(std::int64_t bytes) const {

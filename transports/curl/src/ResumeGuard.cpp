@@ -189,7 +189,7 @@ ResumeGuard::Verdict ResumeGuard::judge(const HeaderBlock& block) const {
 
 bool ResumeGuard::compare(std::string_view& data) {
     const std::size_t before = data.size();
-    const bool isSame = overlap_->compare(data);
+    const bool isSame = overlap_.has_value() && overlap_->compare(data);
     const std::size_t compared = isSame ? before - data.size() : before;
     received_ += static_cast<std::int64_t>(compared);
     addDropped(compared);

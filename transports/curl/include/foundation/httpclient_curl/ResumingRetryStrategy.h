@@ -19,10 +19,10 @@ enum class WaitSource {
 
 /// A retry that is about to happen.
 struct RetryNotice {
-    int retry = 1;  ///< 1 for the first retry of the request.
-    std::chrono::milliseconds wait{0};
-    WaitSource source = WaitSource::Backoff;
-    std::string reason;  ///< "HTTP status 503", or the error's text.
+    int retry = 1;                            ///< 1 for the first retry of the request.
+    std::chrono::milliseconds wait{0};        ///< Before the retry.
+    WaitSource source = WaitSource::Backoff;  ///< Of the length of the wait.
+    std::string reason;                       ///< "HTTP status 503", or the error's text.
 };
 
 /// Limits and waits of resumingRetryStrategy(). Nothing is validated; negative values count as zero.
