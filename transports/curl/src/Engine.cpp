@@ -170,7 +170,8 @@ void Engine::endSync(const std::shared_ptr<RequestRecord>& record) {
 
 void Engine::waitFor(const RequestRecord& record, std::chrono::milliseconds delay) {
     std::unique_lock lock(mutex_);
-    changed_.wait_for(lock, delay, [&record] { return record.cancelled.load(); });
+    changed_.wait_for(lock, std::min(delay, longestWait),
+                      [&record] { return record.cancelled.load(); });
 }
 
 // ---- the asynchronous road

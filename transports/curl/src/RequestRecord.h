@@ -3,6 +3,7 @@
 
 #include <foundation/httpclient_core/Fwd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdint>
@@ -22,6 +23,9 @@ struct RequestRecord {
     int attemptsWhileStopping = 0;       ///< Guarded by the engine.
     RequestHistory history;
 };
+
+/// A longer wait would overflow the clocks.
+constexpr std::chrono::milliseconds longestWait = std::chrono::hours(24 * 365 * 100);
 
 /// Tells code that runs below a handler or a synchronous call which request it works for. One per
 /// thread is in force at a time, the innermost.
@@ -44,7 +48,9 @@ public:
               const httpclient_core::HttpResponse& response);
     const std::shared_ptr<RequestRecord>& record() const noexcept { return record_; }
     /// Adds to the wait before the next attempt of the request.
-    void addDelay(std::chrono::milliseconds delay) noexcept { delay_ += delay; }
+    void addDelay(std::chrono::milliseconds delay) noexcept {
+        delay_ = std::min(delay_ + std::min(delay, longestWait), longestWait);
+    }
     /// The wait, which is then used up.
     std::chrono::milliseconds takeDelay() noexcept;
 

@@ -178,7 +178,7 @@ private:
             return false;
         }
         const Wait wait = waitAfter(response, waitsWithoutProgress(history, totalAttempts), clock);
-        if (hasDeadline() && now - begun + wait.time >= options_->deadline) {
+        if (hasDeadline() && now - begun + wait.time >= std::min(options_->deadline, longestWait)) {
             return false;
         }
         if (options_->onRetry) {
@@ -209,7 +209,8 @@ private:
     }
 
     Wait waitAfter(const HttpResponse& response, int earlierWaits, const RetryClock& clock) const {
-        const milliseconds longest = std::max(options_->maxWait, milliseconds::zero());
+        const milliseconds longest =
+            std::clamp(options_->maxWait, milliseconds::zero(), longestWait);
         milliseconds limit = std::clamp(options_->firstWait, milliseconds::zero(), longest);
         for (int i = 0; i < earlierWaits && limit < longest && limit.count() > 0; ++i) {
             limit = limit > longest / 2 ? longest : limit * 2;

@@ -3,10 +3,9 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <utility>
 
 namespace foundation::httpclient_curl {
@@ -80,16 +79,30 @@ TEST_F(HandlePoolTest, OptionsOfTheFormerTransferAreGone) {
     EXPECT_FALSE(requests[1].hasHeader("X-Former"));
 }
 
+// Tells libcurl of one host that demands https.
+CURLSTScode nameLocalhostOnce(CURL* /*handle*/, curl_hstsentry* entry, void* isListed) {
+    if (std::exchange(*static_cast<bool*>(isListed), true)) {
+        return CURLSTS_DONE;
+    }
+    const std::string_view host = "localhost";
+    const std::string_view end = "20991231 00:00:00";
+    host.copy(entry->name, host.size());
+    entry->name[host.size()] = '\0';
+    end.copy(entry->expire, end.size());
+    entry->expire[end.size()] = '\0';
+    entry->includeSubDomains = 0;
+    return CURLSTS_OK;
+}
+
 TEST_F(HandlePoolTest, WhatAShareKnowsOfHostsStaysInTheShare) {
-    const std::filesystem::path list =
-        std::filesystem::temp_directory_path() / ("hsts-" + std::to_string(server_.port()));
-    std::ofstream(list) << "localhost \"20991231 00:00:00\"\n";
     const ShareHandle share(curl_share_init());
     curl_share_setopt(share.get(), CURLSHOPT_SHARE, CURL_LOCK_DATA_HSTS);
     EasyHandle handle = pool_.take();
     setOption(handle.get(), CURLOPT_SHARE, share.get());
     setOption(handle.get(), CURLOPT_HSTS_CTRL, CURLHSTS_ENABLE);
-    setOption(handle.get(), CURLOPT_HSTS, list.c_str());
+    bool isListed = false;
+    setOption(handle.get(), CURLOPT_HSTSREADFUNCTION, &nameLocalhostOnce);
+    setOption(handle.get(), CURLOPT_HSTSREADDATA, &isListed);
     const std::string byName = "http://localhost:" + std::to_string(server_.port()) + "/";
     // The server does not answer the handshake.
     setOption(handle.get(), CURLOPT_TIMEOUT_MS, 300L);
@@ -101,7 +114,6 @@ TEST_F(HandlePoolTest, WhatAShareKnowsOfHostsStaysInTheShare) {
     handle = pool_.take();
     ASSERT_EQ(handle.get(), first);
     EXPECT_EQ(transfer(handle.get(), byName), CURLE_OK);
-    std::filesystem::remove(list);
 }
 
 }  // namespace

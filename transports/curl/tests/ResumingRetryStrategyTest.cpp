@@ -198,7 +198,7 @@ TEST_F(ResumingRetryStrategyTest, NothingWaitsLongerThanTheLongest) {
     options_.maxWait = milliseconds(std::numeric_limits<milliseconds::rep>::max());
     options_.maxRetries = 100;
     EXPECT_TRUE(retries(HttpMethod::GET, answer(503), nullptr, 100));
-    EXPECT_EQ(waits_.back(), options_.maxWait);
+    EXPECT_EQ(waits_.back(), std::chrono::hours(24 * 365 * 100)) << "more overflows the clocks";
 }
 
 TEST_F(ResumingRetryStrategyTest, DoesNotBeginAWaitThatPassesTheDeadline) {

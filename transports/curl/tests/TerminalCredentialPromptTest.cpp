@@ -14,6 +14,7 @@
 #include <sys/wait.h>
 #include <termios.h>
 #include <unistd.h>
+#include <utmp.h>
 
 namespace foundation::httpclient_curl::testing {
 namespace {
@@ -31,16 +32,22 @@ public:
     explicit Session(std::int64_t timeoutMs = 20000, bool failedBefore = false) {
         std::array<int, 2> ends{};
         EXPECT_EQ(::pipe(ends.data()), 0);
-        pid_ = ::forkpty(&terminal_, nullptr, nullptr, nullptr);
+        int line = -1;
+        EXPECT_EQ(::openpty(&terminal_, &line, nullptr, nullptr, nullptr), 0);
+        // Before the process exists, which changes them.
+        EXPECT_EQ(::tcgetattr(terminal_, &former_), 0);
+        pid_ = ::fork();
         if (pid_ == 0) {
+            ::close(terminal_);
+            ::login_tty(line);
             ::signal(SIGINT, SIG_DFL);
             const std::string text = answerText(failedBefore, 2, timeoutMs);
             const ssize_t written = ::write(ends[1], text.data(), text.size());
             ::_exit(written == static_cast<ssize_t>(text.size()) ? 0 : 1);
         }
+        ::close(line);
         ::close(ends[1]);
         result_ = ends[0];
-        EXPECT_EQ(::tcgetattr(terminal_, &former_), 0);
     }
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;

@@ -31,7 +31,7 @@ struct ResumingRetryOptions {
     int maxRetries = 10;
     /// The limit of the first wait, and of the first one after new bytes came.
     std::chrono::milliseconds firstWait{200};
-    /// Of every wait, also of one that Retry-After asks for.
+    /// Of every wait, also of one that Retry-After asks for. At most a hundred years count.
     std::chrono::milliseconds maxWait{30000};
     /// Time for all attempts and waits of a request from its first attempt on; zero: no limit. A wait that
     /// would pass it is not begun: the request ends with what it has. An attempt under way is not ended by
