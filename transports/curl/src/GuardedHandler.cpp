@@ -58,7 +58,9 @@ void GuardedHandler::operator()(core::HttpRequest request,
                                 core::HttpResponse response,
                                 std::exception_ptr error) {
     const std::shared_ptr<core::CompletionHandler> handler = std::move(handler_);
-    if (const RequestHistory* history = RequestScope::history()) {
+    if (RequestHistory* history = RequestScope::history()) {
+        // No strategy is asked any more, and the error is the caller's alone.
+        history->lastingFailure = nullptr;
         try {
             if (history->held.has_value()) {
                 history->held->deliverTo(response);

@@ -3,6 +3,7 @@
 #include <foundation/httpclient_curl/ResumingRetryStrategy.h>
 
 #include <algorithm>
+#include <atomic>
 
 namespace foundation::httpclient_curl::testing {
 namespace {
@@ -160,7 +161,7 @@ TEST_P(FramingRoadTest, EndOfTheConnectionAtAnyByteOfTheHeadIsAFailure) {
              "HTTP/1.0 200 OK\r\n\r\n",
              "HTTP/1.1 200\nX: y\n\n",
          }) {
-        std::size_t end = 0;
+        std::atomic<std::size_t> end = 0;
         LoopbackServer server([&](const ReceivedRequest&, Connection& connection) {
             connection.send(head.substr(0, end));
             connection.close();
@@ -181,7 +182,7 @@ TEST_P(FramingRoadTest, EndOfTheConnectionAtAnyByteOfTheHeadIsAFailure) {
 
 TEST_P(FramingRoadTest, BrokenHeadOfARedirectIsNotFollowed) {
     const std::string head = "HTTP/1.1 302 Found\r\nLocation: /next\r\nContent-Length: 0\r\n\r\n";
-    std::size_t end = 0;
+    std::atomic<std::size_t> end = 0;
     LoopbackServer server([&](const ReceivedRequest& request, Connection& connection) {
         if (request.target == "/next") {
             connection.sendResponse(200, "OK", {}, "Hello");
@@ -193,14 +194,14 @@ TEST_P(FramingRoadTest, BrokenHeadOfARedirectIsNotFollowed) {
     TestClient client;
     client->setClientConfiguration(plainConfiguration());
     for (end = 0; end < head.size(); ++end) {
-        EXPECT_TRUE(isOurs(client.get(server.url(), GetParam()).error)) << end;
+        EXPECT_TRUE(isOurs(client.get(server.url(), GetParam()).error)) << end.load();
     }
     EXPECT_EQ(client.get(server.url(), GetParam()).body(), "Hello");
 }
 
 TEST_P(FramingRoadTest, EndOfTheConnectionAtAnyByteOfAChunkedBodyIsAFailure) {
     const std::string answer = chunked + "3;x=y\r\nHel\r\n2\r\nlo\r\n0\r\nX: y\r\n\r\n";
-    std::size_t end = 0;
+    std::atomic<std::size_t> end = 0;
     LoopbackServer server([&](const ReceivedRequest&, Connection& connection) {
         connection.send(answer.substr(0, end));
         connection.close();
