@@ -775,6 +775,12 @@ void Exchange::report() noexcept {
         shared_.options.attemptObserver(report_);
     } catch (...) {  // NOLINT(bugprone-empty-catch): what an observer throws is nobody's business
     }
+    report_.error = nullptr;
+}
+
+std::exception_ptr Exchange::takeError() noexcept {
+    ownHistory_.lastingFailure = nullptr;
+    return std::exchange(error_, nullptr);
 }
 
 }  // namespace foundation::httpclient_curl

@@ -77,8 +77,9 @@ public:
     /// The transfer ended with this code; it is out of its multi handle. After `Next::Done` the handle is
     /// back in its pool.
     Next finish(CURLcode code) noexcept;
-    /// After `Next::Done`: null for success. The exchange keeps no reference to it.
-    std::exception_ptr takeError() noexcept { return std::exchange(error_, nullptr); }
+    /// After `Next::Done`: null for success. The exchange keeps no reference to it: the error belongs to
+    /// whoever gets it, down to the thread that destroys it.
+    std::exception_ptr takeError() noexcept;
 
 private:
     /// What belongs to one transfer.
