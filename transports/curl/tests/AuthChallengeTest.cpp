@@ -1,4 +1,4 @@
-#include "transports/curl/src/AuthChallenge.h"
+#include "proxy/AuthChallenge.h"
 
 #include <gtest/gtest.h>
 

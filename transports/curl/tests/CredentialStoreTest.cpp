@@ -1,4 +1,4 @@
-#include "transports/curl/src/CredentialStore.h"
+#include "proxy/CredentialStore.h"
 
 #include <gtest/gtest.h>
 

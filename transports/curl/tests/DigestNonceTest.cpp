@@ -1,5 +1,5 @@
-#include "transports/curl/src/DigestNonce.h"
-#include "transports/curl/src/Md5.h"
+#include "proxy/DigestNonce.h"
+#include "proxy/Md5.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
+#include "engine/HandlePool.h"
 #include "tests/support/LoopbackServer.h"
-#include "transports/curl/src/HandlePool.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "transports/curl/src/HttpDate.h"
+#include "retry/HttpDate.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "transports/curl/src/Md5.h"
+#include "proxy/Md5.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
-#include "transports/curl/src/CurlTypes.h"
-#include "transports/curl/src/NoProxyList.h"
+#include "connection/CurlTypes.h"
+#include "proxy/NoProxyList.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "transports/curl/src/ProxyKnowledge.h"
+#include "proxy/ProxyKnowledge.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "transports/curl/src/ProxyResolver.h"
+#include "proxy/ProxyResolver.h"
 
 #include <foundation/httpclient_core/HttpRequestFailedException.h>
 

@@ -1,4 +1,4 @@
-#include "transports/curl/src/RetryClock.h"
+#include "retry/RetryClock.h"
 
 #include <foundation/httpclient_core.h>
 #include <foundation/httpclient_core/detail/BackoffHook.h>

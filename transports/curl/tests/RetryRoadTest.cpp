@@ -1,5 +1,5 @@
 #include "TestClient.h"
-#include "transports/curl/src/RetryClock.h"
+#include "retry/RetryClock.h"
 
 #include <foundation/httpclient_curl/ResumingRetryStrategy.h>
 

@@ -1,4 +1,4 @@
-#include "transports/curl/src/Secret.h"
+#include "proxy/Secret.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
-#include "transports/curl/src/InternalHeaders.h"
-#include "transports/curl/src/SharedPrompt.h"
+#include "proxy/InternalHeaders.h"
+#include "proxy/SharedPrompt.h"
 
 #include <foundation/httpclient_core/HttpRequestCancelledException.h>
 

@@ -1,4 +1,4 @@
-#include "transports/curl/src/StreamWatch.h"
+#include "exchange/StreamWatch.h"
 
 #include <gtest/gtest.h>
 

@@ -1,0 +1,78 @@
+#include "client/GuardedHandler.h"
+
+#include "resume/ResumeMark.h"
+
+#include <utility>
+
+namespace foundation::httpclient_curl {
+
+Delivery::Delivery(std::shared_ptr<Engine> engine, const core::HttpRequest& request)
+    : engine_(std::move(engine)), method_(request.getHttpMethod()), url_(request.getURL()) {}
+
+void Delivery::requestStarted() {
+    std::shared_ptr<core::CompletionHandler> handler;
+    {
+        const std::lock_guard lock(mutex_);
+        started_ = true;
+        handler = std::move(dropped_);
+    }
+    if (handler != nullptr) {
+        callLate(std::move(handler));
+    }
+}
+
+void Delivery::handlerDropped(std::shared_ptr<core::CompletionHandler> handler) noexcept {
+    {
+        const std::lock_guard lock(mutex_);
+        if (!started_) {
+            dropped_ = std::move(handler);
+            return;
+        }
+    }
+    try {
+        callLate(std::move(handler));
+    } catch (...) {  // NOLINT(bugprone-empty-catch): without memory or threads there is no way left
+    }
+}
+
+void Delivery::callLate(std::shared_ptr<core::CompletionHandler> handler) {
+    // Not here: this may run inside a destructor while an exception is on its way.
+    engine_->post([handler = std::move(handler), method = method_, url = url_] {
+        (*handler)(core::HttpRequest(method, url, {}), core::HttpResponse(),
+                   std::make_exception_ptr(
+                       core::HttpRequestFailedException("Request abandoned before completion")));
+    });
+}
+
+GuardedHandler::GuardedHandler(core::CompletionHandler handler, std::shared_ptr<Delivery> delivery)
+    : handler_(std::make_shared<core::CompletionHandler>(std::move(handler))),
+      delivery_(std::move(delivery)) {}
+
+GuardedHandler::~GuardedHandler() {
+    if (handler_ != nullptr) {
+        delivery_->handlerDropped(std::move(handler_));
+    }
+}
+
+void GuardedHandler::operator()(core::HttpRequest request,
+                                core::HttpResponse response,
+                                std::exception_ptr error) {
+    const std::shared_ptr<core::CompletionHandler> handler = std::move(handler_);
+    if (RequestHistory* history = RequestScope::history()) {
+        // No strategy is asked any more, and the error is the caller's alone.
+        history->lastingFailure = nullptr;
+        try {
+            if (history->held.has_value()) {
+                history->held->deliverTo(response);
+            }
+        } catch (...) {
+            error = error == nullptr ? std::current_exception() : error;
+        }
+    }
+    delivery_->engine().deliveryBegins();
+    // Of use between attempts only.
+    ResumeMark::takeFrom(request);
+    (*handler)(std::move(request), std::move(response), std::move(error));
+}
+
+}  // namespace foundation::httpclient_curl

@@ -1,0 +1,51 @@
+#pragma once
+#include "connection/CurlTypes.h"
+#include "engine/HandlePool.h"
+#include "exchange/Exchange.h"
+
+#include <atomic>
+#include <chrono>
+#include <mutex>
+#include <vector>
+
+namespace foundation::httpclient_curl {
+
+/// Moves the bytes of any number of exchanges on one thread, with the connections that they leave
+/// behind. Of its functions only wake() may be called from other threads.
+class Driver {
+public:
+    /// Keeps up to this many idle connections.
+    explicit Driver(long maxConnections);
+    Driver(const Driver&) = delete;
+    Driver& operator=(const Driver&) = delete;
+    ~Driver();
+
+    /// The exchange is driven until turn() returns it; it must live until then.
+    void start(Exchange& exchange);
+    /// Does what can be done without waiting. Returns the exchanges that ended.
+    std::vector<Exchange*> turn();
+    /// Waits for the network, for wake(), or until an exchange or `latest` asks for a turn.
+    void wait(Exchange::Clock::time_point latest);
+    /// Ends the wait of the moment, or the next one. From any thread. Costs a system call only when the
+    /// driver waits.
+    void wake() noexcept;
+    /// Drops the idle connections. Only while no exchange is driven.
+    void closeConnections();
+
+private:
+    enum class Rest { None, Waiting, Called };
+
+    MultiHandle makeMulti() const;
+    void end(Exchange& exchange, CURLcode code);
+    void add(Exchange& exchange);
+
+    long maxConnections_;
+    std::mutex mutex_;  ///< Guards the replacement of the handle against wake().
+    MultiHandle multi_;
+    HandlePool handles_;
+    std::atomic<Rest> rest_ = Rest::None;
+    std::vector<Exchange*> active_;
+    std::vector<Exchange*> ended_;
+};
+
+}  // namespace foundation::httpclient_curl

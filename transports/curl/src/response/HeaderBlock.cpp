@@ -1,0 +1,91 @@
+#include "response/HeaderBlock.h"
+
+#include "request/HeaderText.h"
+
+#include <foundation/httpclient_core/HttpRequestFailedException.h>
+
+#include <charconv>
+#include <utility>
+
+namespace foundation::httpclient_curl {
+
+using httpclient_core::HttpResponseCode;
+using namespace std::string_view_literals;
+
+namespace {
+
+constexpr std::string_view controls = "\r\0"sv;
+
+}  // namespace
+
+bool HeaderBlock::isStatusLine(std::string_view line) {
+    // No field name can look like this: "/" is no token character.
+    return line.substr(0, 5) == "HTTP/";
+}
+
+bool HeaderBlock::addLine(std::string_view line) {
+    if (isStatusLine(line)) {
+        begin(line);
+        return false;
+    }
+    const std::string_view text = trimmed(line);
+    const bool continues = !line.empty() && (line.front() == ' ' || line.front() == '\t');
+    if (continues && !name_.empty()) {
+        if (text.find_first_of(controls) != std::string_view::npos) {
+            flaw_ = "a line of its header holds a CR or a NUL";
+        }
+        value_ += ' ';
+        value_ += text;
+        return false;
+    }
+    keepField();
+    if (text.empty()) {
+        return true;
+    }
+    if (text.find_first_of(controls) != std::string_view::npos) {
+        flaw_ = "a line of its header holds a CR or a NUL";
+    }
+    if (++fields_ > maxFields_) {
+        throw httpclient_core::HttpRequestFailedException(
+            "The response has more than " + std::to_string(maxFields_) + " header fields");
+    }
+    const std::size_t colon = text.find(':');
+    if (colon == std::string_view::npos || !isToken(text.substr(0, colon))) {
+        if (colon != std::string_view::npos && isToken(trimmed(text.substr(0, colon)))) {
+            flaw_ = "a name in its header is followed by a blank";
+        }
+        return false;
+    }
+    name_ = text.substr(0, colon);
+    value_ = trimmed(text.substr(colon + 1));
+    return false;
+}
+
+void HeaderBlock::begin(std::string_view line) {
+    *this = HeaderBlock(maxFields_);
+    const std::string_view text = trimmed(line);
+    const std::size_t space = std::min(text.find(' '), text.size());
+    const std::string_view rest = trimmed(text.substr(space));
+    std::int32_t number = 0;
+    const char* end = std::from_chars(rest.data(), rest.data() + rest.size(), number).ptr;
+    code_ = HttpResponseCode{number};
+    reason_ = trimmed(rest.substr(static_cast<std::size_t>(end - rest.data())));
+    if (reason_.empty()) {
+        reason_ = httpclient_core::getReasonStringForCode(code_);
+    }
+}
+
+void HeaderBlock::keepField() {
+    // A server must not be able to speak the language between the transport and the core.
+    if (!name_.empty() && !isInternalName(name_)) {
+        headers_.add(std::move(name_), std::move(value_));
+    }
+    name_.clear();
+    value_.clear();
+}
+
+std::string HeaderBlock::header(const std::string& name) const {
+    return headers_.getHeaderValueOr(name, {});
+}
+
+}  // namespace foundation::httpclient_curl

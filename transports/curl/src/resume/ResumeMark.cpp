@@ -1,0 +1,114 @@
+#include "resume/ResumeMark.h"
+
+#include <algorithm>
+#include <charconv>
+#include <sstream>
+
+namespace foundation::httpclient_curl {
+namespace {
+
+const char* const markHeader = "QZ-Internal-Resume";
+
+std::string toHex(const std::string& text) {
+    constexpr std::string_view digits = "0123456789abcdef";
+    std::string hex = "x";
+    for (const char c : text) {
+        const auto byte = static_cast<unsigned char>(c);
+        hex += digits[byte >> 4U];
+        hex += digits[byte & 0xFU];
+    }
+    return hex;
+}
+
+std::string fromHex(std::string_view hex) {
+    std::string text;
+    for (hex.remove_prefix(std::min<std::size_t>(hex.size(), 1)); hex.size() >= 2;
+         hex.remove_prefix(2)) {
+        unsigned int byte = 0;
+        // NOLINTNEXTLINE(bugprone-suspicious-stringview-data-usage): the end is given as well
+        std::from_chars(hex.data(), hex.data() + 2, byte, 16);
+        text += static_cast<char>(byte);
+    }
+    return text;
+}
+
+// Takes a number off the front of the text; -1 is never one of its values.
+bool takeNumber(std::string_view& text, std::int64_t& number) {
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error != std::errc() || number < 0) {
+        return false;
+    }
+    text.remove_prefix(static_cast<std::size_t>(end - text.data()));
+    return true;
+}
+
+bool take(std::string_view& text, std::string_view prefix) {
+    if (!text.starts_with(prefix)) {
+        return false;
+    }
+    text.remove_prefix(prefix.size());
+    return true;
+}
+
+}  // namespace
+
+std::int64_t ResumeMark::tailAfterReset() const noexcept {
+    return beganInside() ? std::max(held, tail) : tail;
+}
+
+void ResumeMark::leaveIn(httpclient_core::HttpRequest& request) const {
+    std::string text = resumable ? "1" : "0";
+    for (const std::int64_t number : {first, held, position, tail, total, last}) {
+        text += ' ' + std::to_string(number);
+    }
+    text += ' ' + std::to_string(static_cast<int>(validator.strength));
+    for (const std::string& part : {validator.etag, validator.lastModified, callersRange}) {
+        text += ' ' + toHex(part);
+    }
+    request.setHeaderValue(markHeader, std::move(text));
+}
+
+std::optional<ResumeMark> ResumeMark::takeFrom(httpclient_core::HttpRequest& request) {
+    if (!request.hasHeader(markHeader)) {
+        return std::nullopt;
+    }
+    std::istringstream text(request.getHeaderValue(markHeader));
+    request.removeHeader(markHeader);
+    text.imbue(std::locale::classic());
+    ResumeMark mark;
+    int strength = 0;
+    std::string etag;
+    std::string lastModified;
+    std::string range;
+    if (!(text >> mark.resumable >> mark.first >> mark.held >> mark.position >> mark.tail >>
+          mark.total >> mark.last >> strength >> etag >> lastModified >> range)) {
+        return std::nullopt;
+    }
+    mark.validator.strength = Validator::Strength{strength};
+    mark.validator.etag = fromHex(etag);
+    mark.validator.lastModified = fromHex(lastModified);
+    mark.callersRange = fromHex(range);
+    return mark;
+}
+
+std::optional<ByteRange> ByteRange::fromRange(std::string_view text) {
+    ByteRange range;
+    if (!take(text, "bytes=") || !takeNumber(text, range.first) || !take(text, "-") ||
+        (!text.empty() && !takeNumber(text, range.last)) || !text.empty()) {
+        return std::nullopt;
+    }
+    return range;
+}
+
+std::optional<ByteRange> ByteRange::fromContentRange(std::string_view text) {
+    ByteRange range;
+    if (!take(text, "bytes ") || !takeNumber(text, range.first) || !take(text, "-") ||
+        !takeNumber(text, range.last) || !take(text, "/") ||
+        (text != "*" && !takeNumber(text, range.total)) || (text != "*" && !text.empty())) {
+        return std::nullopt;
+    }
+    const bool fits = range.first <= range.last && (range.total < 0 || range.last < range.total);
+    return fits ? std::optional(range) : std::nullopt;
+}
+
+}  // namespace foundation::httpclient_curl
