@@ -1,4 +1,4 @@
-#include "TestClient.h"
+#include "support/TestClient.h"
 
 #include <foundation/httpclient_core/detail/BackoffHook.h>
 

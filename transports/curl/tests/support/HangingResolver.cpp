@@ -1,4 +1,4 @@
-#include "HangingResolver.h"
+#include "support/HangingResolver.h"
 
 #include <chrono>
 #include <condition_variable>

@@ -1,6 +1,6 @@
-#include "TestClient.h"
 #include "servers/CertificateAuthority.h"
 #include "servers/ChildProcess.h"
+#include "support/TestClient.h"
 
 #include <csignal>
 #include <string>

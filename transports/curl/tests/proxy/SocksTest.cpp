@@ -1,5 +1,5 @@
-#include "TestClient.h"
 #include "servers/ChildProcess.h"
+#include "support/TestClient.h"
 
 #include <optional>
 #include <string>

@@ -1,5 +1,5 @@
-#include "GeneratedBody.h"
-#include "TestClient.h"
+#include "support/GeneratedBody.h"
+#include "support/TestClient.h"
 
 #include <array>
 #include <fstream>

@@ -1,6 +1,6 @@
-#include "TestClient.h"
 #include "servers/SquidProxy.h"
 #include "servers/TlsServer.h"
+#include "support/TestClient.h"
 
 #include <algorithm>
 #include <atomic>

@@ -1,7 +1,7 @@
-#include "GeneratedBody.h"
-#include "HangingResolver.h"
-#include "SilentPeer.h"
-#include "TestClient.h"
+#include "support/GeneratedBody.h"
+#include "support/HangingResolver.h"
+#include "support/SilentPeer.h"
+#include "support/TestClient.h"
 
 #include <sstream>
 

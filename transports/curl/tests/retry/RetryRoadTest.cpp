@@ -1,5 +1,5 @@
-#include "TestClient.h"
 #include "retry/RetryClock.h"
+#include "support/TestClient.h"
 
 #include <foundation/httpclient_curl/ResumingRetryStrategy.h>
 

@@ -1,5 +1,5 @@
-#include "TestClient.h"
 #include "servers/TlsServer.h"
+#include "support/TestClient.h"
 
 namespace foundation::httpclient_curl::testing {
 namespace {

@@ -1,5 +1,5 @@
-#include "SilentPeer.h"
-#include "TestClient.h"
+#include "support/SilentPeer.h"
+#include "support/TestClient.h"
 
 #include <algorithm>
 #include <array>

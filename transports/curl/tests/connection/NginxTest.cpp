@@ -1,7 +1,7 @@
-#include "TestClient.h"
 #include "servers/CertificateAuthority.h"
 #include "servers/NginxServer.h"
 #include "servers/SquidProxy.h"
+#include "support/TestClient.h"
 
 #include <algorithm>
 #include <atomic>
