@@ -1,7 +1,6 @@
 #include "support/TestClient.h"
 
 #include <foundation/httpclient_curl/AttemptReport.h>
-#include <foundation/httpclient_curl/ResumingRetryStrategy.h>
 
 #include <mutex>
 #include <stdexcept>
@@ -47,10 +46,7 @@ TEST_P(AttemptReportTest, TellsOfEachAttempt) {
     });
     Reports reports;
     TestClient client(reports.options());
-    ResumingRetryOptions retry;
-    retry.maxWait = std::chrono::milliseconds(0);
-    client->setClientConfiguration(
-        ClientConfiguration().withRetryStrategy(resumingRetryStrategy(retry)));
+    client->setClientConfiguration(retryingConfiguration());
     const Outcome outcome = client.get(server.url("/moved?secret=1"), GetParam());
     EXPECT_EQ(outcome.body(), "Hello");
     const std::vector<AttemptReport> all = reports.all();

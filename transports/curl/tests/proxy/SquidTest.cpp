@@ -57,6 +57,15 @@ LoopbackServer::Handler echo() {
     };
 }
 
+// Posts a body of so many bytes, which the server counts.
+void postThrough(TestClient& client, const LoopbackServer& server, std::size_t size, Road road) {
+    HttpRequest request(HttpMethod::POST, server.url(), {});
+    request.setRequestBody(std::string(size, 'b'));
+    const Outcome outcome = client.run(std::move(request), road);
+    EXPECT_EQ(outcome.error, nullptr) << outcome.message();
+    EXPECT_EQ(outcome.body(), "POST " + std::to_string(size));
+}
+
 struct Way {
     Road road;
     SquidProxy::Scheme scheme;
@@ -171,11 +180,7 @@ TEST_P(SquidTest, CarriesABodyOfThreeMegabytes) {
     TestClient client(prompt);
     client->setClientConfiguration(through(squid.url()));
     for (int i = 0; i < 2; ++i) {
-        HttpRequest request(HttpMethod::POST, server.url(), {});
-        request.setRequestBody(std::string(3000000, 'b'));
-        const Outcome outcome = client.run(std::move(request), road());
-        ASSERT_EQ(outcome.error, nullptr) << outcome.message();
-        EXPECT_EQ(outcome.body(), "POST 3000000");
+        postThrough(client, server, 3000000, road());
     }
     EXPECT_EQ(prompt->asked, 1);
 }
@@ -185,11 +190,7 @@ TEST_P(SquidTest, CarriesABodyWithTheCredentialsOfTheProxyUrl) {
     TestClient client;
     client->setClientConfiguration(through(withLogin(squid)));
     for (int i = 0; i < 2; ++i) {
-        HttpRequest request(HttpMethod::POST, server.url(), {});
-        request.setRequestBody(std::string(3000000, 'b'));
-        const Outcome outcome = client.run(std::move(request), road());
-        ASSERT_EQ(outcome.error, nullptr) << outcome.message();
-        EXPECT_EQ(outcome.body(), "POST 3000000");
+        postThrough(client, server, 3000000, road());
     }
     EXPECT_LE(squid.refusals(), 1);
 }
@@ -245,11 +246,7 @@ TEST_P(SquidNonceTest, SixRequestsCostAtMostFourRefusals) {
     EXPECT_LE(squid.refusals(), 8) << squid.accessLog();
     // The body of a request whose nonce is too old is sent again.
     for (int i = 0; i < 4; ++i) {
-        HttpRequest request(HttpMethod::POST, server.url(), {});
-        request.setRequestBody(std::string(300000, 'b'));
-        const Outcome outcome = client.run(std::move(request), GetParam());
-        ASSERT_EQ(outcome.error, nullptr) << outcome.message();
-        EXPECT_EQ(outcome.body(), "POST 300000");
+        postThrough(client, server, 300000, GetParam());
     }
     EXPECT_EQ(prompt->asked, 1);
 }

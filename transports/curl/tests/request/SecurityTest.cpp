@@ -1,8 +1,6 @@
 #include "support/TestClient.h"
 #include "tests/support/LogCapture.h"
 
-#include <foundation/httpclient_curl/ResumingRetryStrategy.h>
-
 #include <filesystem>
 #include <fstream>
 #include <mutex>
@@ -215,10 +213,7 @@ TEST_P(CanaryTest, SecretsStayAtTheFirstOriginAfterAnUpgradeWasRequired) {
         connection.sendResponse(302, "There", {{"Location", other.url("/end")}});
     });
     TestClient client(options());
-    ResumingRetryOptions retry;
-    retry.maxWait = std::chrono::milliseconds(0);
-    client->setClientConfiguration(
-        ClientConfiguration().withRetryStrategy(resumingRetryStrategy(retry)));
+    client->setClientConfiguration(retryingConfiguration());
     HttpRequest request(HttpMethod::GET, server.url("/?key=" + queryCanary), secretHeaders());
     EXPECT_EQ(client.run(std::move(request), GetParam()).body(), "Hello");
     ASSERT_EQ(other.requestCount(), 3);
@@ -233,10 +228,7 @@ TEST_P(CanaryTest, RetriesAtTheFirstOriginKeepTheSecrets) {
         connection.sendResponse(request.number == 0 ? 503 : 200, "Page", {}, "Hello");
     });
     TestClient client(options());
-    ResumingRetryOptions retry;
-    retry.maxWait = std::chrono::milliseconds(0);
-    client->setClientConfiguration(
-        ClientConfiguration().withRetryStrategy(resumingRetryStrategy(retry)));
+    client->setClientConfiguration(retryingConfiguration());
     HttpRequest request(HttpMethod::GET, server.url(), secretHeaders());
     EXPECT_EQ(client.run(std::move(request), GetParam()).body(), "Hello");
     EXPECT_EQ(countIn(everythingIn(server.requests().at(1))), 4);

@@ -1,7 +1,5 @@
 #include "support/TestClient.h"
 
-#include <foundation/httpclient_curl/ResumingRetryStrategy.h>
-
 #include <algorithm>
 #include <atomic>
 
@@ -249,10 +247,7 @@ TEST_P(FramingRoadTest, MalformedAnswerMayBeAskedForAgain) {
         connection.close();
     });
     TestClient client;
-    ResumingRetryOptions retry;
-    retry.maxWait = std::chrono::milliseconds(0);
-    client->setClientConfiguration(
-        ClientConfiguration().withRetryStrategy(resumingRetryStrategy(retry)));
+    client->setClientConfiguration(retryingConfiguration());
     EXPECT_EQ(client.get(server.url(), GetParam()).body(), "Hello");
     EXPECT_EQ(server.requestCount(), 2);
 }
@@ -263,10 +258,7 @@ protected:
     std::string failure(const std::string& answer, CurlClientOptions options) {
         LoopbackServer server(sendingThenClosing(answer));
         TestClient client(std::move(options));
-        ResumingRetryOptions retry;
-        retry.maxWait = std::chrono::milliseconds(0);
-        client->setClientConfiguration(
-            ClientConfiguration().withRetryStrategy(resumingRetryStrategy(retry)));
+        client->setClientConfiguration(retryingConfiguration());
         const Outcome outcome = client.get(server.url(), GetParam());
         EXPECT_EQ(server.requestCount(), 1);
         return outcome.message();
@@ -341,10 +333,7 @@ TEST_P(LimitTest, BodyBytesCountOverAllAttempts) {
     CurlClientOptions options;
     options.maxResponseBodyBytes = 9;
     TestClient client(std::move(options));
-    ResumingRetryOptions retry;
-    retry.maxWait = std::chrono::milliseconds(0);
-    client->setClientConfiguration(ClientConfiguration().withResumeOnRetry(true).withRetryStrategy(
-        resumingRetryStrategy(retry)));
+    client->setClientConfiguration(resumingConfiguration());
     EXPECT_EQ(client.get(server.url(), GetParam()).message(),
               "The response body is larger than 9 bytes");
     EXPECT_EQ(server.requestCount(), 2);

@@ -1,7 +1,5 @@
 #include "support/TestClient.h"
 
-#include <foundation/httpclient_curl/ResumingRetryStrategy.h>
-
 #include <algorithm>
 #include <charconv>
 #include <fstream>
@@ -236,12 +234,7 @@ TEST_P(ResumeScheduleTest, EndsWithOneVersionOrAFailure) {
             reports.push_back(each);
         };
         TestClient client(std::move(options));
-        ResumingRetryOptions retry;
-        retry.maxRetries = 40;
-        retry.maxWait = std::chrono::milliseconds(0);
-        client->setClientConfiguration(
-            ClientConfiguration().withResumeOnRetry(true).withRetryStrategy(
-                resumingRetryStrategy(retry)));
+        client->setClientConfiguration(resumingConfiguration(40));
         const Outcome outcome = client.get(server.url(), road);
         ASSERT_FALSE(reports.empty());
         if (outcome.error != nullptr || !isSuccess(outcome.code())) {
@@ -306,12 +299,7 @@ protected:
             received += each.bytesReceived;
         };
         TestClient client(std::move(options));
-        ResumingRetryOptions retry;
-        retry.maxRetries = 100;
-        retry.maxWait = std::chrono::milliseconds(0);
-        client->setClientConfiguration(
-            ClientConfiguration().withResumeOnRetry(true).withRetryStrategy(
-                resumingRetryStrategy(retry)));
+        client->setClientConfiguration(resumingConfiguration(100));
         HttpRequest request(HttpMethod::GET, server->url(), {});
         if (factory) {
             request.setResponseStreamFactory(factory);
@@ -422,10 +410,7 @@ TEST_P(ResumeCostTest, StreamThatCannotBeReadBackStartsOver) {
         connection.close();
     });
     TestClient client;
-    ResumingRetryOptions retry;
-    retry.maxWait = std::chrono::milliseconds(0);
-    client->setClientConfiguration(ClientConfiguration().withResumeOnRetry(true).withRetryStrategy(
-        resumingRetryStrategy(retry)));
+    client->setClientConfiguration(resumingConfiguration());
     HttpRequest request(HttpMethod::GET, server.url(), {});
     request.setResponseStreamFactory([](HttpResponseCode, const std::string&, const HttpHeaders&) {
         return std::make_unique<WriteOnlyStream>();

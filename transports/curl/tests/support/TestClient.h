@@ -4,6 +4,7 @@
 #include <foundation/httpclient_core.h>
 #include <foundation/httpclient_core/detail/TransportAccess.h>
 #include <foundation/httpclient_curl/CurlHttpClient.h>
+#include <foundation/httpclient_curl/ResumingRetryStrategy.h>
 
 #include <boost/log/core/core.hpp>
 #include <gtest/gtest.h>
@@ -159,6 +160,25 @@ private:
 /// A configuration without retries.
 inline ClientConfiguration plainConfiguration() {
     return ClientConfiguration().withRetryStrategy(noRetriesStrategy());
+}
+
+/// The resuming strategy without its waits.
+inline RetryStrategy immediateRetries(int maxRetries = 10) {
+    ResumingRetryOptions options;
+    options.maxRetries = maxRetries;
+    options.maxWait = std::chrono::milliseconds(0);
+    return resumingRetryStrategy(std::move(options));
+}
+
+/// A configuration that retries at once, each time from the beginning.
+inline ClientConfiguration retryingConfiguration() {
+    return ClientConfiguration().withRetryStrategy(immediateRetries());
+}
+
+/// A configuration that retries at once from where the last attempt ended.
+inline ClientConfiguration resumingConfiguration(int maxRetries = 10) {
+    return ClientConfiguration().withResumeOnRetry(true).withRetryStrategy(
+        immediateRetries(maxRetries));
 }
 
 class BothRoads : public ::testing::TestWithParam<Road> {};
