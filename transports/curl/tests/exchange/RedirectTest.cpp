@@ -136,6 +136,129 @@ TEST_P(RedirectTest, DeliversRedirectsThatAreNotFollowed) {
     EXPECT_EQ(outcome.response.getTransactionReport().redirectCount(), 0);
 }
 
+TEST_P(RedirectTest, ReachesTheLimitExactly) {
+    LoopbackServer server([](const ReceivedRequest& request, Connection& connection) {
+        if (request.number < 2) {
+            connection.sendResponse(302, "Found", {{"Location", "/again"}}, "moved");
+        } else {
+            connection.sendResponse(200, "OK", {}, "end");
+        }
+    });
+    client_->setClientConfiguration(plainConfiguration().withMaxRedirects(2));
+    const Outcome outcome = client_.get(server.url(), GetParam());
+    ASSERT_EQ(outcome.error, nullptr) << outcome.message();
+    EXPECT_EQ(outcome.body(), "end");
+    EXPECT_EQ(outcome.response.getTransactionReport().redirectCount(), 2);
+}
+
+TEST_P(RedirectTest, ReportOfTooManyNamesTheLastHop) {
+    LoopbackServer server([](const ReceivedRequest& request, Connection& connection) {
+        connection.sendResponse(302, "Found",
+                                {{"Location", "/" + std::to_string(request.number + 1)}}, "moved");
+    });
+    TransactionReport report(0, URL(""));
+    std::string body;
+    client_->setClientConfiguration(ClientConfiguration().withMaxRedirects(3).withRetryStrategy(
+        [&](const HttpRequest&, const HttpResponse& response, const std::exception_ptr&, int, int) {
+            report = response.getTransactionReport();
+            body = response.getResponseBodyString();
+            return false;
+        }));
+    EXPECT_NE(client_.get(server.url(), GetParam()).error, nullptr);
+    EXPECT_EQ(report.redirectCount(), 3);
+    EXPECT_EQ(report.effectiveURL(), URL(server.url("/3")));
+    EXPECT_EQ(body, "moved");
+}
+
+TEST_P(RedirectTest, OtherCodesWithALocationAreAnswers) {
+    LoopbackServer server([](const ReceivedRequest& request, Connection& connection) {
+        connection.sendResponse(std::stoi(request.target.substr(1)), "R", {{"Location", "/200"}});
+    });
+    for (const int code : {201, 300, 304, 305, 306, 309, 404}) {
+        const Outcome outcome = client_.get(server.url("/" + std::to_string(code)), GetParam());
+        EXPECT_EQ(outcome.error, nullptr) << outcome.message();
+        EXPECT_EQ(outcome.code(), HttpResponseCode{code});
+        EXPECT_EQ(outcome.response.getTransactionReport().redirectCount(), 0);
+    }
+}
+
+TEST_P(RedirectTest, GetAfterABodyHasNoFieldOfIt) {
+    LoopbackServer server([](const ReceivedRequest& request, Connection& connection) {
+        if (request.target == "/end") {
+            connection.sendResponse(200, "OK");
+        } else {
+            connection.sendResponse(303, "R", {{"Location", "/end"}});
+        }
+    });
+    const HttpHeaders fields{{"Transfer-Encoding", "chunked"}, {"Content-Type", "text/x"},
+                             {"Content-Encoding", "gzip"},     {"Content-Language", "en"},
+                             {"Content-Location", "/x"},       {"X-A", "1"}};
+    HttpRequest request(HttpMethod::PUT, server.url(), fields);
+    request.setRequestBody(std::make_unique<std::istringstream>("body"));
+    const Outcome outcome = client_.run(std::move(request), GetParam());
+    ASSERT_EQ(outcome.error, nullptr) << outcome.message();
+    const ReceivedRequest last = server.requests().back();
+    EXPECT_EQ(last.method, "GET");
+    for (const auto& [name, value] : fields) {
+        EXPECT_EQ(last.hasHeader(name), name == "X-A") << name;
+    }
+    EXPECT_EQ(server.requests().front().body, "body");
+}
+
+TEST_P(RedirectTest, MultipartBodyIsSentAgainOrDropped) {
+    LoopbackServer server([](const ReceivedRequest& request, Connection& connection) {
+        if (request.target == "/end") {
+            connection.sendResponse(200, "OK");
+        } else {
+            connection.sendResponse(std::stoi(request.target.substr(1)), "R",
+                                    {{"Location", "/end"}});
+        }
+    });
+    for (const int code : {303, 307, 308}) {
+        HttpRequest request(HttpMethod::POST, server.url("/" + std::to_string(code)), {});
+        request.setMultipartBody(MultipartBody().withPart(DataPart(PartHeader("n"), "data")));
+        const Outcome outcome = client_.run(std::move(request), GetParam());
+        ASSERT_EQ(outcome.error, nullptr) << outcome.message();
+        const ReceivedRequest last = server.requests().back();
+        EXPECT_EQ(last.target, "/end");
+        EXPECT_EQ(last.method, code == 303 ? "GET" : "POST");
+        EXPECT_EQ(last.body.find("\r\n\r\ndata\r\n") != std::string::npos, code != 303)
+            << last.body;
+        EXPECT_EQ(last.hasHeader("Content-Type"), code != 303);
+    }
+}
+
+TEST_P(RedirectTest, AnotherNameOrPortIsAnotherOrigin) {
+    LoopbackServer other(
+        [](const ReceivedRequest&, Connection& connection) { connection.sendResponse(200, "OK"); });
+    LoopbackServer server([&other](const ReceivedRequest& request, Connection& connection) {
+        const std::string host = request.target == "/name" ? "localhost" : "127.0.0.1";
+        const std::string port = request.header("X-Port");
+        if (request.target == "/end") {
+            connection.sendResponse(200, "OK");
+        } else if (request.target == "/port") {
+            connection.sendResponse(302, "R", {{"Location", other.url("/end")}});
+        } else {
+            connection.sendResponse(302, "R", {{"Location", "//" + host + ":" + port + "/end"}});
+        }
+    });
+    for (const char* path : {"/name", "/port", "/same"}) {
+        HttpRequest request(HttpMethod::GET, server.url(path),
+                            {{"Authorization", "secret"},
+                             {"Host", "virtual.test"},
+                             {"X-Port", std::to_string(server.port())}});
+        const Outcome outcome = client_.run(std::move(request), GetParam());
+        ASSERT_EQ(outcome.error, nullptr) << path << outcome.message();
+        const bool isSame = std::string_view(path) == "/same";
+        const ReceivedRequest last =
+            std::string_view(path) == "/port" ? other.requests().back() : server.requests().back();
+        EXPECT_EQ(last.target, "/end");
+        EXPECT_EQ(last.hasHeader("Authorization"), isSame) << path;
+        // The caller's name for the first server is none of another one.
+        EXPECT_EQ(last.header("Host") == "virtual.test", isSame) << path << last.header("Host");
+    }
+}
+
 TEST_P(RedirectTest, RefusesOtherProtocols) {
     for (const char* location : {"file:///etc/hostname", "ftp://127.0.0.1/", "gopher://x/"}) {
         LoopbackServer server([location](const ReceivedRequest&, Connection& connection) {
@@ -176,6 +299,31 @@ TEST_P(RedirectTest, GivesUpTheBodyOfARedirectThatIsLong) {
     const Outcome outcome = client_.get(server.url(), GetParam());
     ASSERT_EQ(outcome.error, nullptr) << outcome.message();
     EXPECT_EQ(outcome.body(), "end");
+}
+
+TEST_P(RedirectTest, DoesNotReadABodyWithoutEnd) {
+    LoopbackServer server([](const ReceivedRequest& request, Connection& connection) {
+        if (request.target == "/end") {
+            connection.sendResponse(200, "OK", {}, "end");
+            return;
+        }
+        connection.send("HTTP/1.1 302 R\r\nLocation: /end\r\n\r\n");
+        while (connection.send(std::string(65536, 'x'))) {
+        }
+    });
+    EXPECT_EQ(client_.get(server.url(), GetParam()).body(), "end");
+}
+
+TEST_P(RedirectTest, KeepsTheConnectionWhereTheBodyIsShort) {
+    LoopbackServer server([](const ReceivedRequest& request, Connection& connection) {
+        if (request.target == "/end") {
+            connection.sendResponse(200, "OK", {}, "end");
+        } else {
+            connection.sendResponse(302, "R", {{"Location", "/end"}}, std::string(60000, 'x'));
+        }
+    });
+    EXPECT_EQ(client_.get(server.url(), GetParam()).body(), "end");
+    EXPECT_EQ(server.connectionCount(), 1);
 }
 
 TEST_P(RedirectTest, FailsWhereTheBodyCannotBeSentAgain) {
