@@ -248,7 +248,8 @@ bool Connection::readRequest(ReceivedRequest& request) {
     if (request.hasHeader("Expect")) {
         send("HTTP/1.1 100 Continue\r\n\r\n");
     }
-    if (sameName(request.header("Transfer-Encoding"), "chunked")) {
+    const std::string coding = request.header("Transfer-Encoding");
+    if (sameName(coding.substr(coding.rfind(' ') + 1), "chunked")) {
         return readChunked(request.body);
     }
     return readExactly(toNumber(request.header("Content-Length"), 10), request.body);

@@ -81,6 +81,47 @@ TEST_P(RequestBodyTest, SendsALengthOnceAlsoBesideIdentity) {
     EXPECT_FALSE(server_.requests().front().hasHeader("Transfer-Encoding"));
 }
 
+// Whatever the caller names, the last coding is the one that tells where the body ends.
+TEST_P(RequestBodyTest, EveryCodingEndsInChunks) {
+    struct Row {
+        HttpHeaders fields;
+        std::vector<std::string> sent;
+    };
+    const std::vector<Row> rows{
+        {{{"Transfer-Encoding", "identity"}}, {"chunked"}},
+        {{{"Transfer-Encoding", "Chunked"}}, {"chunked"}},
+        {{{"Transfer-Encoding", "gzip"}}, {"gzip, chunked"}},
+        {{{"Transfer-Encoding", "gzip, chunked"}}, {"gzip, chunked"}},
+        {{{"Transfer-Encoding", "gzip"}, {"Transfer-Encoding", "chunked"}}, {"gzip, chunked"}},
+        {{{"Transfer-Encoding", "deflate"}, {"transfer-encoding", "gzip"}},
+         {"deflate, gzip, chunked"}},
+    };
+    for (const Row& row : rows) {
+        const Outcome outcome =
+            send(row.fields, std::make_unique<std::istringstream>("body"), HttpMethod::PUT);
+        ASSERT_EQ(outcome.error, nullptr) << outcome.message();
+        EXPECT_EQ(outcome.body(), "body");
+        const ReceivedRequest received = server_.requests().back();
+        EXPECT_EQ(received.headersNamed("Transfer-Encoding"), row.sent);
+        EXPECT_FALSE(received.hasHeader("Content-Length"));
+    }
+}
+
+TEST_P(RequestBodyTest, CodingsOfNoBodyAreNotSent) {
+    for (const HttpMethod method : {HttpMethod::GET, HttpMethod::POST}) {
+        const Outcome outcome = client_.run(
+            HttpRequest(method, server_.url(), {{"Transfer-Encoding", "gzip, chunked"}}),
+            GetParam());
+        ASSERT_EQ(outcome.error, nullptr) << outcome.message();
+        EXPECT_FALSE(server_.requests().back().hasHeader("Transfer-Encoding")) << method;
+    }
+    HttpRequest form(HttpMethod::POST, server_.url(), {{"Transfer-Encoding", "gzip"}});
+    form.setMultipartBody(MultipartBody().withPart(DataPart(PartHeader("n"), "data")));
+    ASSERT_EQ(client_.run(std::move(form), GetParam()).error, nullptr);
+    EXPECT_FALSE(server_.requests().back().hasHeader("Transfer-Encoding"));
+    EXPECT_TRUE(server_.requests().back().hasHeader("Content-Length"));
+}
+
 TEST_P(RequestBodyTest, StreamShorterThanItsLengthFails) {
     const Outcome outcome =
         send({{"Content-Length", "20"}}, std::make_unique<std::istringstream>("0123456789abcdef"));
@@ -100,6 +141,75 @@ TEST_P(RequestBodyTest, EmptyBodyHasLengthZero) {
     request.setRequestBody("");
     ASSERT_EQ(client_.run(std::move(request), GetParam()).error, nullptr);
     EXPECT_EQ(server_.requests().front().header("Content-Length"), "0");
+}
+
+TEST_P(RequestBodyTest, MissingBodyOfAMethodThatHasOneHasLengthZero) {
+    for (const HttpMethod method : {HttpMethod::POST, HttpMethod::PUT, HttpMethod::PATCH}) {
+        ASSERT_EQ(client_.run(HttpRequest(method, server_.url(), {}), GetParam()).error, nullptr);
+        EXPECT_EQ(server_.requests().back().headersNamed("Content-Length"),
+                  std::vector<std::string>{"0"})
+            << method;
+        EXPECT_FALSE(server_.requests().back().hasHeader("Transfer-Encoding")) << method;
+    }
+}
+
+TEST_P(RequestBodyTest, SendsTheStreamFromWhereItStands) {
+    auto body = std::make_unique<std::istringstream>("0123456789");
+    body->seekg(4);
+    EXPECT_EQ(send({{"Content-Length", "6"}}, std::move(body), HttpMethod::PUT).body(), "456789");
+}
+
+TEST_P(RequestBodyTest, WhatTheStreamThrowsReachesTheCaller) {
+    class Throwing : public std::streambuf {
+        int_type underflow() override { throw std::domain_error("mine"); }
+        std::streamsize xsgetn(char*, std::streamsize) override { throw std::domain_error("mine"); }
+        pos_type seekoff(off_type, std::ios::seekdir, std::ios::openmode) override { return 0; }
+        pos_type seekpos(pos_type, std::ios::openmode) override { return 0; }
+    };
+    Throwing buffer;
+    const Outcome outcome =
+        send({{"Content-Length", "4"}}, std::make_unique<std::istream>(&buffer));
+    EXPECT_TRUE(holds<std::domain_error>(outcome.error));
+    EXPECT_EQ(outcome.message(), "mine");
+}
+
+TEST_P(RequestBodyTest, RetrySendsTheWholeMultipartBodyAgain) {
+    const auto path = std::filesystem::temp_directory_path() /
+                      ("httpclient_curl_retried." + std::to_string(::getpid()));
+    std::ofstream(path) << "file text";
+    LoopbackServer server([](const ReceivedRequest& request, Connection& connection) {
+        connection.sendResponse(request.number == 0 ? 503 : 200, "R");
+    });
+    std::vector<Attempt> attempts;
+    client_->setClientConfiguration(ClientConfiguration().withRetryStrategy(recordingStrategy(
+        attempts, [](const Attempt& attempt, int) { return isServerError(attempt.code); })));
+    HttpRequest request(HttpMethod::PATCH, server.url(), {});
+    request.setMultipartBody(MultipartBody()
+                                 .withPart(DataPart(PartHeader("a"), "data"))
+                                 .withPart(FilePart(PartHeader("b"), path)));
+    const Outcome outcome = client_.run(std::move(request), GetParam());
+    std::filesystem::remove(path);
+    ASSERT_EQ(outcome.error, nullptr) << outcome.message();
+    ASSERT_EQ(server.requestCount(), 2);
+    for (const ReceivedRequest& received : server.requests()) {
+        EXPECT_EQ(received.method, "PATCH");
+        EXPECT_EQ(received.header("Content-Type").rfind("multipart/form-data; boundary=", 0), 0U);
+        EXPECT_NE(received.body.find("\r\n\r\ndata\r\n"), std::string::npos);
+        EXPECT_NE(received.body.find("\r\n\r\nfile text\r\n"), std::string::npos);
+    }
+}
+
+TEST_P(RequestBodyTest, RefusesTwoBodiesAndAFormOfHead) {
+    HttpRequest both(HttpMethod::POST, server_.url(), {});
+    both.setRequestBody("text");
+    both.setMultipartBody(MultipartBody().withPart(DataPart(PartHeader("n"), "data")));
+    EXPECT_EQ(client_.run(std::move(both), GetParam()).message(),
+              "The request has both a body and a multipart body");
+    HttpRequest head(HttpMethod::HEAD, server_.url(), {});
+    head.setMultipartBody(MultipartBody().withPart(DataPart(PartHeader("n"), "data")));
+    EXPECT_EQ(client_.run(std::move(head), GetParam()).message(),
+              "A HEAD request cannot have a body");
+    EXPECT_EQ(server_.requestCount(), 0);
 }
 
 TEST_P(RequestBodyTest, SendsBodiesOfGetAndDelete) {
@@ -144,29 +254,47 @@ TEST_P(RequestBodyTest, RetrySendsTheWholeBodyAgain) {
 }
 
 TEST_P(RequestBodyTest, PostIsNotRepeatedWhenItsReusedConnectionDies) {
+    enum class Body { Text, None, Form };
+    for (const HttpMethod method : {HttpMethod::POST, HttpMethod::PATCH}) {
+        for (const Body body : {Body::Text, Body::None, Body::Form}) {
+            LoopbackServer server([](const ReceivedRequest& request, Connection& connection) {
+                if (request.number == 0) {
+                    connection.sendResponse(200, "OK");
+                } else {
+                    connection.close();
+                }
+            });
+            ASSERT_EQ(client_.get(server.url(), GetParam()).error, nullptr);
+            HttpRequest request(method, server.url(), {});
+            if (body == Body::Text) {
+                request.setRequestBody("order");
+            } else if (body == Body::Form) {
+                request.setMultipartBody(
+                    MultipartBody().withPart(DataPart(PartHeader("n"), "order")));
+            }
+            EXPECT_TRUE(holds<HttpRequestFailedException>(
+                client_.run(std::move(request), GetParam()).error));
+            EXPECT_EQ(server.requestCount(), 2) << method << " " << static_cast<int>(body);
+        }
+    }
+}
+
+// Nothing happens when these arrive twice.
+TEST_P(RequestBodyTest, PutIsRepeatedWhenItsReusedConnectionDies) {
     LoopbackServer server([](const ReceivedRequest& request, Connection& connection) {
-        if (request.number == 0) {
-            connection.sendResponse(200, "OK");
-        } else {
+        if (request.number == 1) {
             connection.close();
+        } else {
+            connection.sendResponse(200, "OK", {}, request.body);
         }
     });
-    for (const bool hasBody : {true, false}) {
-        const int before = server.requestCount();
-        ASSERT_EQ(client_.get(server.url(), GetParam()).error == nullptr, hasBody);
-        HttpRequest request(HttpMethod::POST, server.url(), {});
-        if (hasBody) {
-            request.setRequestBody("order");
-        }
-        EXPECT_TRUE(
-            holds<HttpRequestFailedException>(client_.run(std::move(request), GetParam()).error));
-        int posts = 0;
-        const std::vector<ReceivedRequest> requests = server.requests();
-        for (std::size_t i = static_cast<std::size_t>(before); i < requests.size(); ++i) {
-            posts += requests[i].method == "POST" ? 1 : 0;
-        }
-        EXPECT_EQ(posts, 1);
-    }
+    ASSERT_EQ(client_.get(server.url(), GetParam()).error, nullptr);
+    HttpRequest request(HttpMethod::PUT, server.url(), {});
+    request.setRequestBody("state");
+    const Outcome outcome = client_.run(std::move(request), GetParam());
+    ASSERT_EQ(outcome.error, nullptr) << outcome.message();
+    EXPECT_EQ(outcome.body(), "state");
+    EXPECT_EQ(server.requestCount(), 3);
 }
 
 TEST_P(RequestBodyTest, SendsMultipartBodies) {
