@@ -134,8 +134,8 @@ void Connection::reset() {
 bool Connection::pause(std::chrono::milliseconds time) {
     const auto end = std::chrono::steady_clock::now() + time;
     for (;;) {
-        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
-            end - std::chrono::steady_clock::now());
+        const auto left =
+            std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
         if (left <= std::chrono::milliseconds::zero()) {
             return true;
         }

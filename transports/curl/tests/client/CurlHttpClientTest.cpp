@@ -190,6 +190,48 @@ TEST_P(CurlHttpClientRoadTest, CodeTellsHowFarAFailedAttemptCame) {
     EXPECT_EQ(attempts[1].code, HttpResponseCode::RequestNotMade);
 }
 
+TEST_P(CurlHttpClientRoadTest, FailuresTellWhatHappenedAndHowFarItCame) {
+    LoopbackServer server([](const ReceivedRequest& request, Connection& connection) {
+        if (request.target == "/reset") {
+            connection.send("HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\n");
+            connection.pause(std::chrono::milliseconds(20));
+            connection.reset();
+        } else if (request.target == "/reset-early") {
+            connection.reset();
+        } else {
+            connection.close();
+        }
+    });
+    struct Row {
+        std::string url;
+        std::string begin;
+        std::string end;
+        HttpResponseCode code;
+    };
+    const std::vector<Row> rows{
+        {"http://unknown.invalid/p?secret", "Could not resolve", "(libcurl 6)",
+         HttpResponseCode::RequestNotMade},
+        {"http://127.0.0.1:1/p?secret", "", "(libcurl 7)", HttpResponseCode::RequestNotMade},
+        {server.url("/close?secret"), "", "(libcurl 52)", HttpResponseCode::ResponseNotReceived},
+        {server.url("/reset-early"), "", "(libcurl 56)", HttpResponseCode::ResponseNotReceived},
+        {server.url("/reset"), "", "(libcurl 56)", HttpResponseCode::OK},
+    };
+    for (const Row& row : rows) {
+        TestClient client;
+        std::vector<Attempt> attempts;
+        client->setClientConfiguration(ClientConfiguration().withRetryStrategy(
+            recordingStrategy(attempts, [](const Attempt&, int) { return false; })));
+        const Outcome outcome = client.get(row.url, GetParam());
+        EXPECT_TRUE(holds<HttpRequestFailedException>(outcome.error)) << row.url;
+        EXPECT_TRUE(outcome.message().starts_with("GET " + row.url.substr(0, row.url.find('?')) +
+                                                  ": " + row.begin))
+            << outcome.message();
+        EXPECT_TRUE(outcome.message().ends_with(row.end)) << outcome.message();
+        ASSERT_EQ(attempts.size(), 1U);
+        EXPECT_EQ(attempts[0].code, row.code) << row.url;
+    }
+}
+
 TEST_P(CurlHttpClientRoadTest, RefusesHeadersThatWouldBreakOut) {
     LoopbackServer server(answering(200, ""));
     TestClient client;
@@ -259,6 +301,79 @@ TEST_P(CurlHttpClientRoadTest, PassesOnWhatTheCallersCodeThrows) {
     EXPECT_EQ(client.run(std::move(request), GetParam()).message(), "before");
 }
 
+TEST_P(CurlHttpClientRoadTest, PassesOnWhatNoExceptionClassHas) {
+    LoopbackServer server(answering(200, "body"));
+    TestClient client;
+    client->setClientConfiguration(plainConfiguration());
+    const auto thrownBy = [&](HttpRequest request) {
+        try {
+            if (const Outcome outcome = client.run(std::move(request), GetParam());
+                outcome.error != nullptr) {
+                std::rethrow_exception(outcome.error);
+            }
+        } catch (int number) {
+            return number;
+        } catch (...) {
+        }
+        return 0;
+    };
+    HttpRequest factory(HttpMethod::GET, server.url(), {});
+    factory.setResponseStreamFactory(
+        [](HttpResponseCode, const std::string,
+           const HttpHeaders&) -> std::unique_ptr<std::iostream> { throw 42; });
+    EXPECT_EQ(thrownBy(std::move(factory)), 42);
+    // Called at the end at the latest.
+    HttpRequest progress(HttpMethod::GET, server.url(), {});
+    progress.setProgressCallback([](const Progress&) -> ProgressResult { throw 43; });
+    EXPECT_EQ(thrownBy(std::move(progress)), 43);
+}
+
+TEST_P(CurlHttpClientRoadTest, PassesOnWhatTheProgressCallbackThrowsWhileNothingMoves) {
+    LoopbackServer server(
+        [](const ReceivedRequest&, Connection& connection) { connection.waitForPeerToClose(); });
+    TestClient client;
+    client->setClientConfiguration(plainConfiguration());
+    HttpRequest request(HttpMethod::GET, server.url(), {});
+    request.setProgressCallback(
+        [](const Progress&) -> ProgressResult { throw std::domain_error("mine"); });
+    const Outcome outcome = client.run(std::move(request), GetParam());
+    EXPECT_TRUE(holds<std::domain_error>(outcome.error)) << outcome.message();
+}
+
+TEST_P(CurlHttpClientRoadTest, FactoryWithoutAStreamIsAFailure) {
+    LoopbackServer server(answering(200, "body"));
+    TestClient client;
+    client->setClientConfiguration(plainConfiguration());
+    HttpRequest request(HttpMethod::GET, server.url(), {});
+    request.setResponseStreamFactory(ResponseStreamFactory());
+    EXPECT_TRUE(holds<std::bad_function_call>(client.run(std::move(request), GetParam()).error));
+}
+
+TEST_P(CurlHttpClientRoadTest, AnswerWithoutABodyMakesNoStream) {
+    LoopbackServer server([](const ReceivedRequest& request, Connection& connection) {
+        connection.sendResponse(std::stoi(request.target.substr(1)), "R");
+    });
+    TestClient client;
+    client->setClientConfiguration(plainConfiguration());
+    for (const char* path : {"/200", "/204", "/304"}) {
+        int made = 0;
+        int madeByThen = -1;
+        HttpRequest request(HttpMethod::GET, server.url(path), {});
+        request.setResponseStreamFactory(
+            [&made](HttpResponseCode, const std::string, const HttpHeaders&) {
+                ++made;
+                return std::make_unique<std::stringstream>();
+            });
+        request.setClientConfiguration(ClientConfiguration().withRetryStrategy(
+            [&](const HttpRequest&, const HttpResponse&, const std::exception_ptr&, int, int) {
+                madeByThen = made;
+                return false;
+            }));
+        EXPECT_EQ(client.run(std::move(request), GetParam()).error, nullptr);
+        EXPECT_EQ(madeByThen, 0) << path;
+    }
+}
+
 TEST_P(CurlHttpClientRoadTest, StreamFactorySeesTheAnswerOnceItsBodyBegins) {
     LoopbackServer server(answering(201, "made", {{"X-A", "b"}}));
     TestClient client;
@@ -300,6 +415,49 @@ TEST_P(CurlHttpClientRoadTest, ReportsProgressAndTheFinalCounts) {
     EXPECT_EQ(seen.back().downloadTotal, 300000);
     EXPECT_EQ(seen.back().uploaded, 5);
     EXPECT_EQ(seen.back().uploadTotal, 5);
+}
+
+// One at the end, and before it one in 50 ms.
+TEST_P(CurlHttpClientRoadTest, ProgressIsNotReportedForEveryPiece) {
+    constexpr int pieces = 300;
+    LoopbackServer server([](const ReceivedRequest&, Connection& connection) {
+        connection.send("HTTP/1.1 200 OK\r\nContent-Length: 300\r\n\r\n");
+        for (int i = 0; i < pieces && connection.pause(std::chrono::milliseconds(1)); ++i) {
+            connection.send("x");
+        }
+    });
+    TestClient client;
+    std::vector<Progress> seen;
+    HttpRequest request(HttpMethod::GET, server.url(), {});
+    request.setProgressCallback([&seen](const Progress& progress) {
+        seen.push_back(progress);
+        return ProgressResult::Continue;
+    });
+    const auto begin = std::chrono::steady_clock::now();
+    ASSERT_EQ(client.run(std::move(request), GetParam()).error, nullptr);
+    const auto taken = std::chrono::steady_clock::now() - begin;
+    EXPECT_GE(seen.size(), 2U);
+    EXPECT_LE(seen.size(), static_cast<std::size_t>(taken / std::chrono::milliseconds(50)) + 1);
+    for (std::size_t i = 1; i < seen.size(); ++i) {
+        EXPECT_GE(seen[i].downloaded, seen[i - 1].downloaded);
+    }
+    EXPECT_EQ(seen.back().downloaded, pieces);
+}
+
+TEST_P(CurlHttpClientRoadTest, AbortIsHeardWhileNothingMoves) {
+    LoopbackServer server(
+        [](const ReceivedRequest&, Connection& connection) { connection.waitForPeerToClose(); });
+    TestClient client;
+    HttpRequest request(HttpMethod::GET, server.url(), {});
+    int calls = 0;
+    request.setProgressCallback([&calls](const Progress&) {
+        return ++calls == 3 ? ProgressResult::Abort : ProgressResult::Continue;
+    });
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_TRUE(
+        holds<HttpRequestCancelledException>(client.run(std::move(request), GetParam()).error));
+    // Three looks at 250 ms each; the response time limit is 30 s.
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(8));
 }
 
 TEST_P(CurlHttpClientRoadTest, AbortingProgressEndsTheRequestAsCancelled) {

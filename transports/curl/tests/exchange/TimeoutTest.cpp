@@ -3,7 +3,9 @@
 #include "support/SilentPeer.h"
 #include "support/TestClient.h"
 
+#include <algorithm>
 #include <sstream>
+#include <thread>
 
 namespace foundation::httpclient_curl::testing {
 namespace {
@@ -164,6 +166,41 @@ TEST_P(TimeoutTest, LeavesSlowButSteadyTransfersAlone) {
     Access::setResponseTimeoutMs(configuration, 1000);
     client_->setClientConfiguration(configuration);
     EXPECT_EQ(client_.get(server.url(), GetParam()).body(), "xxxxxxxxxx");
+}
+
+/// A stream that takes its time for each piece, both ways.
+class DawdlingBuffer : public std::stringbuf {
+public:
+    using std::stringbuf::stringbuf;
+
+protected:
+    std::streamsize xsgetn(char* data, std::streamsize size) override {
+        std::this_thread::sleep_for(std::chrono::milliseconds(400));
+        return std::stringbuf::xsgetn(data, std::min<std::streamsize>(size, 4));
+    }
+    std::streamsize xsputn(const char* data, std::streamsize size) override {
+        std::this_thread::sleep_for(std::chrono::milliseconds(400));
+        return std::stringbuf::xsputn(data, size);
+    }
+};
+
+TEST_P(TimeoutTest, TimeOfTheCallersStreamsDoesNotCount) {
+    LoopbackServer server([](const ReceivedRequest& request, Connection& connection) {
+        connection.sendResponse(200, "OK", {}, request.body);
+    });
+    ClientConfiguration configuration = plainConfiguration();
+    Access::setIdleTimeoutMs(configuration, 200);
+    Access::setResponseTimeoutMs(configuration, 200);
+    client_->setClientConfiguration(configuration);
+    DawdlingBuffer source("12345678");
+    HttpRequest request(HttpMethod::PUT, server.url(), {{"Content-Length", "8"}});
+    request.setRequestBody(std::make_unique<std::istream>(&source));
+    request.setResponseStreamFactory([](HttpResponseCode, const std::string, const HttpHeaders&) {
+        return std::make_unique<StreamOver<DawdlingBuffer>>(std::ios::in | std::ios::out);
+    });
+    const Outcome outcome = client_.run(std::move(request), GetParam());
+    ASSERT_EQ(outcome.error, nullptr) << outcome.message();
+    EXPECT_EQ(outcome.body(), "12345678");
 }
 
 TEST_P(TimeoutTest, ZeroMeansNoLimit) {

@@ -141,6 +141,9 @@ TEST_P(SquidTest, OpensTunnelsWithTheAnswerOfThePrompt) {
         const Outcome outcome = client.get(server.url("127.0.0.1"), road());
         ASSERT_EQ(outcome.error, nullptr) << outcome.message();
         EXPECT_EQ(outcome.code(), HttpResponseCode::OK);
+        // Not what the proxy said when it opened the tunnel.
+        EXPECT_EQ(outcome.response.getResponseCodeReason(), "ok");
+        EXPECT_TRUE(outcome.response.hasHeader("Content-Type"));
     }
     EXPECT_EQ(prompt->asked, 2);
     // Without a login, again for the core, and once for the wrong password.
@@ -156,6 +159,9 @@ TEST_P(SquidTest, OpensTunnelsWithTheCredentialsOfTheProxyUrl) {
         const Outcome outcome = client.get(server.url("127.0.0.1"), road());
         ASSERT_EQ(outcome.error, nullptr) << outcome.message();
         EXPECT_EQ(outcome.code(), HttpResponseCode::OK);
+        // Not what the proxy said when it opened the tunnel.
+        EXPECT_EQ(outcome.response.getResponseCodeReason(), "ok");
+        EXPECT_TRUE(outcome.response.hasHeader("Content-Type"));
         client->closeIdleConnections();
     }
     EXPECT_LE(squid.refusals(), 1);
