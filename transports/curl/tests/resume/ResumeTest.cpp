@@ -239,6 +239,42 @@ std::vector<Scenario> scenarios() {
          oldContent.substr(100, 800),
          {"bytes=100-899", "bytes=400-899", "bytes=100-899"},
          "bytes=100-899"},
+        {"CallersRangeThatBreaksOffBehindItsLastByte",
+         {{"HTTP/1.1 206 Partial Content\r\nAccept-Ranges: bytes\r\nContent-Range: bytes "
+           "100-899/1000\r\nTransfer-Encoding: chunked\r\n" +
+               etag,
+           "320\r\n" + oldContent.substr(100, 800) + "\r\n"},
+          part(oldContent, 100, 899, 800)},
+         oldContent.substr(100, 800),
+         {"bytes=100-899", "bytes=100-899"},
+         "bytes=100-899"},
+        {"WholeInPlaceOfTheCallersRangeIsNotContinued",
+         {cut, everything},
+         oldContent,
+         {"bytes=100-899", "bytes=100-899"},
+         "bytes=100-899"},
+        {"PartInChunksThatEndsBeforeItsRange",
+         {cut,
+          {"HTTP/1.1 206 Partial Content\r\nAccept-Ranges: bytes\r\nContent-Range: bytes "
+           "400-999/1000\r\nTransfer-Encoding: chunked\r\n" +
+               etag,
+           "1f4\r\n" + newContent.substr(400, 500) + "\r\n0\r\n\r\n"},
+          everything},
+         oldContent,
+         {"", rest, ""}},
+        {"BytesBeforeABadChunkAreNotBuiltOn",
+         {{"HTTP/1.1 200 OK\r\nAccept-Ranges: bytes\r\nTransfer-Encoding: chunked\r\n" + etag,
+           "190\r\n" + newContent.substr(0, 400) + "\r\nxx\r\n"},
+          everything},
+         oldContent,
+         {"", ""}},
+        {"BytesOfNoLengthAreNotLost",
+         {{"HTTP/1.1 200 OK\r\nAccept-Ranges: bytes\r\nTransfer-Encoding: chunked\r\n" + etag,
+           "3e8\r\n" + oldContent + "\r\n"},
+          page(416, "no", "Content-Range: bytes */1000\r\n"),
+          everything},
+         oldContent,
+         {"", "bytes=1000-", ""}},
         {"CallersSuffixIsContinued",
          {part(oldContent, 800, 999, 50), part(oldContent, 850, 999, 150)},
          oldContent.substr(800),
@@ -333,7 +369,19 @@ TEST_P(ResumeTest, GivesTheRightBytesOrFails) {
     EXPECT_EQ(ranges, scenario.ranges);
 }
 
-class ResumeRoadTest : public BothRoads {};
+class ResumeRoadTest : public BothRoads {
+protected:
+    // Runs the request with retries and writes down each attempt.
+    Outcome run(HttpRequest request) {
+        TestClient client;
+        client->setClientConfiguration(
+            ClientConfiguration().withResumeOnRetry(true).withRetryStrategy(
+                recordingStrategy(attempts_, goesOn)));
+        return client.run(std::move(request), GetParam());
+    }
+
+    std::vector<Attempt> attempts_;
+};
 
 INSTANTIATE_TEST_SUITE_P(Roads,
                          ResumeRoadTest,
@@ -361,6 +409,34 @@ TEST_P(ResumeRoadTest, SurvivesAServerThatDropsTheConnectionAgainAndAgain) {
     EXPECT_TRUE(outcome.body() == server.content());
     EXPECT_EQ(server.requests().size(), 6U);
     EXPECT_EQ(server.requests().back().header("Range"), "bytes=750000-");
+    const auto size = static_cast<std::int64_t>(options.size);
+    for (const Progress& each : progress) {
+        EXPECT_GE(each.downloaded, 0);
+        EXPECT_LE(each.downloaded, size);
+    }
+    ASSERT_FALSE(progress.empty());
+    EXPECT_EQ(progress.back().downloaded, size);
+    EXPECT_EQ(progress.back().downloadTotal, size);
+}
+
+// The range was not the caller's, so no strategy has to deal with what the server thinks of it.
+TEST_P(ResumeRoadTest, StartsOverWithinTheAttemptWhereItsRangeCannotBeHad) {
+    LoopbackServer server(scripted({cut, page(416, "no"), whole(newContent, otherEtag, 1000)}));
+    EXPECT_EQ(run(HttpRequest(HttpMethod::GET, server.url(), {})).body(), newContent);
+    ASSERT_EQ(attempts_.size(), 2U) << ::testing::PrintToString(attempts_);
+    EXPECT_EQ(attempts_[1], (Attempt{HttpResponseCode::OK, ""}));
+    EXPECT_EQ(server.requestCount(), 3);
+}
+
+TEST_P(ResumeRoadTest, ContinuesAnswersToGetOnly) {
+    for (const HttpMethod method : {HttpMethod::PUT, HttpMethod::POST, HttpMethod::DELETE}) {
+        LoopbackServer server(scripted({cut, whole(newContent, otherEtag, 1000)}));
+        HttpRequest request(method, server.url(), {});
+        EXPECT_EQ(run(std::move(request)).body(), newContent);
+        ASSERT_EQ(server.requestCount(), 2);
+        EXPECT_FALSE(server.requests()[1].hasHeader("Range")) << method;
+        EXPECT_FALSE(server.requests()[1].hasHeader("If-Range")) << method;
+    }
 }
 
 TEST_P(ResumeRoadTest, ContinuesAStreamThatDidNotBeginAtItsStart) {
