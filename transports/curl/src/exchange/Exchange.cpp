@@ -136,6 +136,8 @@ void Exchange::prepare() {
     }
     if (request_.hasRequestBody()) {
         upload_.emplace(request_.getRequestBody(), headers_->contentLength());
+    } else {
+        headers_->dropTransferCodings();
     }
 }
 
@@ -148,7 +150,10 @@ void Exchange::configureHop() {
     setOption(easy, CURLOPT_PRIVATE, this);
     setOption(easy, CURLOPT_NOSIGNAL, 1L);
     setOption(easy, CURLOPT_PROTOCOLS_STR, "http,https");
-    setOption(easy, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_2TLS));
+    // With a Transfer-Encoding of the caller's, libcurl would make chunks in HTTP/2 as well.
+    setOption(easy, CURLOPT_HTTP_VERSION,
+              static_cast<long>(headers_->hasTransferCodings() ? CURL_HTTP_VERSION_1_1
+                                                               : CURL_HTTP_VERSION_2TLS));
     setOption(easy, CURLOPT_FOLLOWLOCATION, 0L);
     setOption(easy, CURLOPT_PATH_AS_IS, 1L);
     setOption(easy, CURLOPT_BUFFERSIZE, 131072L);
