@@ -1,5 +1,5 @@
-#include "tools/httpclient/AttemptLog.h"
-#include "tools/httpclient/Report.h"
+#include "report/AttemptLog.h"
+#include "report/Report.h"
 
 #include <foundation/httpclient_core/HttpRequestFailedException.h>
 

@@ -1,4 +1,4 @@
-#include "tools/httpclient/CommandLine.h"
+#include "command/CommandLine.h"
 #include "tools/httpclient/tests/FailsWith.h"
 #include "tools/httpclient/tests/TemporaryFolder.h"
 

@@ -1,4 +1,4 @@
-#include "tools/httpclient/Destination.h"
+#include "output/Destination.h"
 #include "tools/httpclient/tests/FailsWith.h"
 #include "tools/httpclient/tests/SmallFilesOnly.h"
 #include "tools/httpclient/tests/TemporaryFolder.h"

@@ -1,4 +1,4 @@
-#include "tools/httpclient/FailureText.h"
+#include "report/FailureText.h"
 
 #include <foundation/httpclient_core/HttpRequestCancelledException.h>
 #include <foundation/httpclient_core/HttpRequestFailedException.h>

@@ -1,4 +1,4 @@
-#include "tools/httpclient/HeadText.h"
+#include "report/HeadText.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
-#include "tools/httpclient/Failure.h"
-#include "tools/httpclient/Journal.h"
-#include "tools/httpclient/Sha256.h"
+#include "output/Journal.h"
+#include "output/Sha256.h"
+#include "report/Failure.h"
 #include "tools/httpclient/tests/TemporaryFolder.h"
 
 #include <gtest/gtest.h>

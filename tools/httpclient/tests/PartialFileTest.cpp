@@ -1,4 +1,4 @@
-#include "tools/httpclient/PartialFile.h"
+#include "output/PartialFile.h"
 #include "tools/httpclient/tests/FailsWith.h"
 #include "tools/httpclient/tests/TemporaryFolder.h"
 

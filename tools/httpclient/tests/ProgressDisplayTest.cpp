@@ -1,4 +1,4 @@
-#include "tools/httpclient/ProgressDisplay.h"
+#include "terminal/ProgressDisplay.h"
 
 #include <gtest/gtest.h>
 

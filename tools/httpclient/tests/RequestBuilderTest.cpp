@@ -1,6 +1,6 @@
-#include "tools/httpclient/RequestBuilder.h"
 #include "tools/httpclient/tests/FailsWith.h"
 #include "tools/httpclient/tests/TemporaryFolder.h"
+#include "transfer/RequestBuilder.h"
 
 #include <foundation/httpclient_core/Version.h>
 #include <foundation/httpclient_core/detail/TransportAccess.h>

@@ -1,4 +1,4 @@
-#include "tools/httpclient/SafeText.h"
+#include "terminal/SafeText.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "tools/httpclient/StreamOutput.h"
+#include "output/StreamOutput.h"
 #include "tools/httpclient/tests/FailsWith.h"
 #include "tools/httpclient/tests/TemporaryFolder.h"
 

@@ -1,4 +1,4 @@
-#include "tools/httpclient/Tool.h"
+#include "Tool.h"
 #include "tools/httpclient/tests/ScriptedClient.h"
 #include "tools/httpclient/tests/SmallFilesOnly.h"
 #include "tools/httpclient/tests/TemporaryFolder.h"

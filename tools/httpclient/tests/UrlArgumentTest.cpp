@@ -1,4 +1,4 @@
-#include "tools/httpclient/UrlArgument.h"
+#include "command/UrlArgument.h"
 #include "tools/httpclient/tests/FailsWith.h"
 
 #include <gtest/gtest.h>

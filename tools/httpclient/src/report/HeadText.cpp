@@ -1,0 +1,81 @@
+#include "report/HeadText.h"
+
+#include "command/LowerCase.h"
+#include "terminal/SafeText.h"
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+
+namespace foundation::httpclient_tool {
+namespace {
+
+using namespace std::string_view_literals;
+
+constexpr std::array shownNames = {"accept"sv,
+                                   "accept-encoding"sv,
+                                   "accept-language"sv,
+                                   "accept-ranges"sv,
+                                   "age"sv,
+                                   "allow"sv,
+                                   "cache-control"sv,
+                                   "connection"sv,
+                                   "content-disposition"sv,
+                                   "content-encoding"sv,
+                                   "content-language"sv,
+                                   "content-length"sv,
+                                   "content-range"sv,
+                                   "content-type"sv,
+                                   "date"sv,
+                                   "etag"sv,
+                                   "expires"sv,
+                                   "host"sv,
+                                   "if-match"sv,
+                                   "if-modified-since"sv,
+                                   "if-none-match"sv,
+                                   "if-range"sv,
+                                   "if-unmodified-since"sv,
+                                   "keep-alive"sv,
+                                   "last-modified"sv,
+                                   "location"sv,
+                                   "range"sv,
+                                   "retry-after"sv,
+                                   "server"sv,
+                                   "strict-transport-security"sv,
+                                   "transfer-encoding"sv,
+                                   "user-agent"sv,
+                                   "vary"sv,
+                                   "via"sv};
+
+}  // namespace
+
+bool mayBeShown(const std::string& name) {
+    return std::binary_search(shownNames.begin(), shownNames.end(), lowerCase(name));
+}
+
+std::string headText(httpclient_core::HttpResponseCode code,
+                     const std::string& reason,
+                     const httpclient_core::HttpHeaders& headers) {
+    std::string text = withoutControlBytes("HTTP " + to_string(code) + " " + reason) + "\n";
+    for (const auto& [name, value] : headers) {
+        text += withoutControlBytes(name);
+        text += ": ";
+        text += withoutControlBytes(value);
+        text += '\n';
+    }
+    return text + "\n";
+}
+
+std::vector<std::string> shownHeaders(const httpclient_core::HttpHeaders& headers) {
+    std::vector<std::string> lines;
+    for (const auto& [name, value] : headers) {
+        // A relative Location has a query, too, which no scheme marks; no other shown value needs a "?".
+        const std::size_t query = value.find('?');
+        const std::string shown =
+            query == std::string::npos ? value : value.substr(0, query) + "?...";
+        lines.push_back(name + ": " + (mayBeShown(name) ? shown : "(hidden)"));
+    }
+    return lines;
+}
+
+}  // namespace foundation::httpclient_tool
