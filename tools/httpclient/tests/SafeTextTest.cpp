@@ -1,4 +1,4 @@
-#include "terminal/SafeText.h"
+#include "text/SafeText.h"
 
 #include <gtest/gtest.h>
 

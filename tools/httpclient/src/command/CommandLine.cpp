@@ -1,7 +1,7 @@
 #include "command/CommandLine.h"
 
-#include "command/LowerCase.h"
 #include "report/Failure.h"
+#include "text/LowerCase.h"
 
 #include <foundation/httpclient_core/Version.h>
 

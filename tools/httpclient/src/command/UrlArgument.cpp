@@ -1,7 +1,7 @@
 #include "command/UrlArgument.h"
 
-#include "command/LowerCase.h"
 #include "report/Failure.h"
+#include "text/LowerCase.h"
 
 #include <algorithm>
 #include <charconv>

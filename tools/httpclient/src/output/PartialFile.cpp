@@ -1,6 +1,6 @@
 #include "output/PartialFile.h"
 
-#include "terminal/SafeText.h"
+#include "text/SafeText.h"
 
 #include <algorithm>
 #include <cerrno>

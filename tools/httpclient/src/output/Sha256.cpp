@@ -1,5 +1,8 @@
 #include "output/Sha256.h"
 
+#include "text/HexDigits.h"
+#include "text/LowerCase.h"
+
 #include <array>
 #include <openssl/evp.h>
 #include <stdexcept>
@@ -44,14 +47,11 @@ std::string Sha256::hex() const {
     std::array<unsigned char, EVP_MAX_MD_SIZE> digest{};
     unsigned int size = 0;
     require(EVP_DigestFinal_ex(copy.context_.get(), digest.data(), &size) == 1);
-    constexpr std::string_view digits = "0123456789abcdef";
     std::string text;
     for (unsigned int index = 0; index < size; ++index) {
-        const unsigned char byte = digest.at(index);
-        text += digits[byte / 16];
-        text += digits[byte % 16];
+        text += hexDigits(digest.at(index));
     }
-    return text;
+    return lowerCase(text);
 }
 
 std::string Sha256::of(std::string_view bytes) {

@@ -1,7 +1,7 @@
 #include "report/HeadText.h"
 
-#include "command/LowerCase.h"
-#include "terminal/SafeText.h"
+#include "text/LowerCase.h"
+#include "text/SafeText.h"
 
 #include <algorithm>
 #include <array>

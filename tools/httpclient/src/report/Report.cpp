@@ -1,7 +1,7 @@
 #include "report/Report.h"
 
 #include "report/HeadText.h"
-#include "terminal/SafeText.h"
+#include "text/SafeText.h"
 
 #include <foundation/httpclient_core/Version.h>
 

@@ -1,6 +1,6 @@
 #include "terminal/ErrorOutput.h"
 
-#include "terminal/SafeText.h"
+#include "text/SafeText.h"
 
 namespace foundation::httpclient_tool {
 namespace {

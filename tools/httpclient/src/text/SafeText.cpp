@@ -1,4 +1,6 @@
-#include "terminal/SafeText.h"
+#include "text/SafeText.h"
+
+#include "text/HexDigits.h"
 
 namespace foundation::httpclient_tool {
 namespace {
@@ -24,15 +26,13 @@ std::string redactedAuthorityAndPath(std::string_view text) {
 }  // namespace
 
 std::string withoutControlBytes(std::string_view text) {
-    const std::string_view digits = "0123456789ABCDEF";
     std::string result;
     result.reserve(text.size());
     for (const char character : text) {
         const auto byte = static_cast<unsigned char>(character);
         if (byte < 0x20 || byte == 0x7F) {
             result += "\\x";
-            result += digits[byte / 16];
-            result += digits[byte % 16];
+            result += hexDigits(byte);
         } else {
             result += character;
         }
