@@ -171,7 +171,11 @@ std::string ProgressDisplay::barLocked(std::size_t width) const {
 std::string ProgressDisplay::statusLocked() const {
     const std::string text = lineLocked();
     // A line that reaches the last column would wrap, and the next one could not be written over it.
-    const int room = look_.columns() - static_cast<int>(text.size()) - 4;
+    const int columns = look_.columns();
+    if (static_cast<int>(text.size()) >= columns) {
+        return text.substr(0, static_cast<std::size_t>(std::max(columns - 1, 0)));
+    }
+    const int room = columns - static_cast<int>(text.size()) - 4;
     constexpr int narrowest = 8;
     constexpr int widest = 30;
     const int width = std::min(room, widest);

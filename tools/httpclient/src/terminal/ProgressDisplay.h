@@ -47,6 +47,8 @@ public:
     void countFile();
     /// Replaces the line by the summary for good.
     void finish(std::int64_t bytes);
+    /// Leaves the line as it is: what follows on the terminal stands below it.
+    void abandon() { output_.keepStatus(); }
 
     /// Such as "12.3 MB of 50.0 MB, 24 %, 3.8 MB/s, 0:10 left, 2 retries". On the terminal a bar stands
     /// before it, as wide as there is room.
