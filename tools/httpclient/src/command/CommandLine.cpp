@@ -19,6 +19,8 @@ namespace {
 
 using httpclient_core::HttpMethod;
 
+const char* const versionText = "httpclient " FOUNDATION_HTTPCLIENT_VERSION;
+
 const char* const footer = R"(
 Only the body of a 2xx answer is put out, and nothing but the body of one version of the resource. Standard
 output gets the bytes as they come; a download that broke off goes on behind the last byte put out. With
@@ -39,6 +41,7 @@ Exit status:
     9  the partial file cannot be continued, or the resource changed after bytes went out
    64  wrong usage
   130  interrupted by SIGINT, SIGTERM or SIGHUP
+With several URLs it is that of the first one, in the order given, that failed.
 
 Environment: http_proxy, https_proxy, all_proxy and no_proxy name the proxy; NO_COLOR turns colours off.)";
 
@@ -57,13 +60,27 @@ struct Parsed {
     bool outputGiven = false;
 };
 
-void addSeconds(CLI::App& command, const char* name, double& value, const char* text) {
-    command.add_option(name, value, text)->type_name("SECONDS")->check(CLI::Range(0.001, 1e9));
+// CLI11's own range lets "nan" through and tells the limits with six decimals.
+std::string whyNoSeconds(const std::string& text) {
+    double value = 0;
+    constexpr double shortest = 0.001;
+    constexpr double longest = 1e9;
+    const bool isFit =
+        CLI::detail::lexical_cast(text, value) && value >= shortest && value <= longest;
+    return isFit ? "" : "takes seconds, from 0.001 to 1000000000";
 }
 
-void describeRequest(CLI::App& command, Parsed& parsed) {
+void addSeconds(CLI::App& command, const char* name, double& value, const char* text) {
+    command.add_option(name, value, text)->type_name("SECONDS")->check(whyNoSeconds);
+}
+
+void describeRequest(CLI::App& command, HttpMethod method, Parsed& parsed) {
     RequestOptions& options = parsed.options;
-    command.add_option("URL", options.urls, "http:// or https:// URL; several need -O")->required();
+    command
+        .add_option("URL", options.urls,
+                    method == HttpMethod::HEAD ? "http:// or https:// URL, or several"
+                                               : "http:// or https:// URL; several need -O")
+        ->required();
     command
         .add_option("-H,--header", parsed.headers,
                     "send this header too, in place of one that is sent otherwise")
@@ -205,6 +222,9 @@ void requireSense(const RequestOptions& options) {
     if (options.resume && options.hasHeader("Range")) {
         misuse("--resume asks for ranges of its own; leave out the header Range");
     }
+    if (!options.form.empty() && options.hasHeader("Content-Type")) {
+        misuse("-F makes the header Content-Type itself; leave it out");
+    }
     if (options.json && options.writesToStandardOutput() && options.method != HttpMethod::HEAD) {
         misuse("--json needs -o FILE or -O: standard output is for the report");
     }
@@ -253,18 +273,19 @@ bool RequestOptions::hasHeader(const std::string& name) const {
 Command parseCommandLine(std::vector<std::string> arguments) {
     Parsed parsed;
     CLI::App app(
-        "Downloads and uploads over bad networks: retries, resumes, and never hands on a body that "
-        "is "
-        "not whole.",
+        "Downloads and uploads over bad networks: retries, resumes, and never passes a part of a "
+        "body "
+        "for the whole.",
         "httpclient");
-    app.set_version_flag("--version", "httpclient " FOUNDATION_HTTPCLIENT_VERSION);
+    app.set_version_flag("--version", versionText);
     app.require_subcommand(1);
     app.footer(footer);
     std::vector<CLI::App*> apps;
     for (const Subcommand& subcommand : subcommands) {
         CLI::App* command = app.add_subcommand(subcommand.name, subcommand.text);
         command->footer(footer);
-        describeRequest(*command, parsed);
+        command->set_version_flag("--version", versionText);
+        describeRequest(*command, subcommand.method, parsed);
         if (subcommand.method != HttpMethod::HEAD) {
             describeOutput(*command, parsed.options);
         }
