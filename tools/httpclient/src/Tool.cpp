@@ -2,11 +2,10 @@
 
 #include "command/CommandLine.h"
 #include "output/DescriptorWriter.h"
-#include "report/Failure.h"
+#include "report/SystemFailure.h"
 #include "terminal/LogOutput.h"
 #include "transfer/Session.h"
 
-#include <system_error>
 #include <variant>
 
 namespace foundation::httpclient_tool {
@@ -15,8 +14,7 @@ namespace {
 void print(const Information& information, int standardOutput) {
     const int error = writeAll(standardOutput, information.text);
     if (error != 0) {
-        throw Failure(ExitCode::Failed,
-                      "cannot write standard output: " + std::generic_category().message(error));
+        throw systemFailure("cannot write standard output", error);
     }
 }
 

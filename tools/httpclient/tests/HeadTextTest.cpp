@@ -33,5 +33,12 @@ TEST(HeadTextTest, QueriesOfShownHeadersAreNot) {
               (Lines{"Location: /p?...", "location: /p"}));
 }
 
+TEST(HeadTextTest, ALocationIsShownWithoutFragmentAndUserInformation) {
+    EXPECT_EQ(shownHeaders({{"Location", "/p#access_token=x"},
+                            {"location", "//u:p@h/p?it's x"},
+                            {"ETag", "\"a#b@c\""}}),
+              (Lines{"Location: /p#...", "location: //...@h/p?...", "ETag: \"a#b@c\""}));
+}
+
 }  // namespace
 }  // namespace foundation::httpclient_tool

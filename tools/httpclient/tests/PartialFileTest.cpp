@@ -190,10 +190,10 @@ TEST_F(PartialFileTest, TheServerMayStartOverOrRefuse) {
     leave(randomBytes(2'500'000));
     const auto file = open(true);
     const std::int64_t size = file->heldPart()->size;
-    EXPECT_TRUE(failsWith(
-        ExitCode::ResumeRefused,
-        "cannot resume " + (folder_ / "f.part").string() + ": the server sent another part",
-        [&] { file->begin(size - 1, strong); }));
+    EXPECT_TRUE(failsWith(ExitCode::ResumeRefused,
+                          "cannot resume " + (folder_ / "f.part").string() +
+                              ": the server sent another part; run again without --resume",
+                          [&] { file->begin(size - 1, strong); }));
     EXPECT_TRUE(file->append(file->begin(0, strong), "another version"));
     file->publish();
     EXPECT_EQ(folder_.read("f"), "another version");

@@ -23,10 +23,13 @@ void requirePort(std::string_view text) {
 
 void requireHost(std::string_view authority) {
     if (authority.find('@') != std::string_view::npos) {
-        throw Failure(ExitCode::Usage, "a user name or password in the URL is not supported");
+        throw Failure(
+            ExitCode::Usage,
+            "a user name or password in the URL is not supported; use -H 'Authorization: ...'");
     }
     if (authority.find('[') != std::string_view::npos) {
-        throw Failure(ExitCode::Usage, "an IPv6 address in the URL is not supported");
+        throw Failure(ExitCode::Usage,
+                      "an IPv6 address in the URL is not supported; use a host name");
     }
     const std::size_t colon = authority.find(':');
     if (authority.empty() || colon == 0) {

@@ -1,6 +1,6 @@
 #include "output/BodyFile.h"
 
-#include "report/Failure.h"
+#include "report/SystemFailure.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -8,7 +8,6 @@
 #include <fcntl.h>
 #include <string>
 #include <sys/stat.h>
-#include <system_error>
 #include <unistd.h>
 #include <utility>
 
@@ -16,8 +15,7 @@ namespace foundation::httpclient_tool {
 namespace {
 
 [[noreturn]] void throwCannotCreate(const std::filesystem::path& path, int error) {
-    throw Failure(ExitCode::Failed,
-                  "cannot create " + path.string() + ": " + std::generic_category().message(error));
+    throw systemFailure("cannot create " + path.string(), error);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include "output/PartialFile.h"
 #include "output/StreamOutput.h"
+#include "report/SystemFailure.h"
 
 #include <cerrno>
 #include <sys/stat.h>
@@ -12,15 +13,28 @@ namespace foundation::httpclient_tool {
 namespace {
 
 [[noreturn]] void throwCannotWrite(const std::filesystem::path& path, int error) {
-    throw Failure(ExitCode::Failed,
-                  "cannot write " + path.string() + ": " + std::generic_category().message(error));
+    throw systemFailure("cannot write " + path.string(), error);
 }
 
+// Where the file is made that a symbolic link names and that is not there yet.
+std::filesystem::path behindLinks(std::filesystem::path path) {
+    constexpr int enough = 40;  // as many as the system follows itself
+    for (int links = 0; links < enough; ++links) {
+        std::error_code error;
+        const std::filesystem::path next = std::filesystem::read_symlink(path, error);
+        if (error) {
+            return path;
+        }
+        path = path.parent_path() / next;
+    }
+    throwCannotWrite(path, ELOOP);
+}
+
+// The file behind a symbolic link is replaced, not the link.
 std::filesystem::path targetOf(const std::filesystem::path& path, bool exists) {
     if (!exists) {
-        return path;
+        return behindLinks(path);
     }
-    // The file behind a symbolic link is replaced, not the link.
     std::error_code error;
     std::filesystem::path target = std::filesystem::canonical(path, error);
     if (error) {
@@ -46,8 +60,7 @@ bool Destination::append(std::uint64_t ticket, std::string_view bytes) {
 }
 
 Failure Destination::cannotWrite(int error) const {
-    return {ExitCode::Failed,
-            "cannot write " + name_ + ": " + std::generic_category().message(error)};
+    return systemFailure("cannot write " + name_, error);
 }
 
 std::unique_ptr<Destination> openDestination(const DestinationRequest& request) {

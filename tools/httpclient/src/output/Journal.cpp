@@ -2,7 +2,7 @@
 
 #include "entity/ContentRange.h"
 #include "output/Sha256.h"
-#include "report/Failure.h"
+#include "report/SystemFailure.h"
 
 #include <algorithm>
 #include <array>
@@ -12,7 +12,6 @@
 #include <string_view>
 #include <sys/file.h>
 #include <sys/stat.h>
-#include <system_error>
 #include <unistd.h>
 #include <utility>
 
@@ -138,8 +137,7 @@ Journal::Opened Journal::open(const std::filesystem::path& path) {
             return {.journal = nullptr, .absence = Absence::Foreign};
         }
         if (descriptor < 0) {
-            throw Failure(ExitCode::Failed, "cannot create " + path.string() + ": " +
-                                                std::generic_category().message(errno));
+            throw systemFailure("cannot create " + path.string(), errno);
         }
         std::unique_ptr<Journal> journal(new Journal(path, descriptor, wasThere));
         if (::flock(descriptor, LOCK_EX | LOCK_NB) != 0) {

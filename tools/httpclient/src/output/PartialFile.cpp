@@ -1,5 +1,6 @@
 #include "output/PartialFile.h"
 
+#include "report/SystemFailure.h"
 #include "text/SafeText.h"
 
 #include <algorithm>
@@ -7,7 +8,6 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <system_error>
 #include <unistd.h>
 #include <utility>
 #include <vector>
@@ -60,8 +60,7 @@ std::unique_ptr<PartialFile> PartialFile::open(const Place& place, bool resume) 
             return file;
         }
     }
-    throw Failure(ExitCode::Failed, "cannot create " + place.target.string() +
-                                        ".part: " + std::generic_category().message(EEXIST));
+    throw systemFailure("cannot create " + place.target.string() + ".part", EEXIST);
 }
 
 std::unique_ptr<PartialFile> PartialFile::openAt(const Place& place, int number, bool resume) {
@@ -153,8 +152,9 @@ void PartialFile::findHeldPart(const JournalHeader& header) {
 void PartialFile::beginAt(std::int64_t offset, const Entity& entity) {
     const std::int64_t heldSize = held_.has_value() ? held_->size : 0;
     if (offset != 0 && offset != heldSize) {
-        throw Failure(ExitCode::ResumeRefused,
-                      "cannot resume " + part_.string() + ": the server sent another part");
+        throw Failure(ExitCode::ResumeRefused, "cannot resume " + part_.string() +
+                                                   ": the server sent another part; "
+                                                   "run again without --resume");
     }
     begun_ = true;
     // What follows a held part is of the same version, whether or not its head says so again.
@@ -173,7 +173,7 @@ void PartialFile::beginAt(std::int64_t offset, const Entity& entity) {
     // The journal first: a journal that still spoke of the former body would be refuted by its checksums
     // only.
     const bool begun =
-        journal_->begin({.url = safeText(place_.url),
+        journal_->begin({.url = shownUrl(place_.url),
                          .urlDigest = Sha256::of(place_.url),
                          .validator = entity.continuable ? entity.validator : std::string(),
                          .length = entity.total});

@@ -1,6 +1,7 @@
 #include "output/StreamOutput.h"
 
 #include "output/DescriptorWriter.h"
+#include "report/SystemFailure.h"
 
 #include <algorithm>
 #include <array>
@@ -8,7 +9,6 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/eventfd.h>
-#include <system_error>
 #include <unistd.h>
 #include <utility>
 
@@ -22,8 +22,7 @@ std::unique_ptr<StreamOutput> StreamOutput::onDescriptor(std::string name, int d
         if (copy >= 0) {
             ::close(copy);
         }
-        throw Failure(ExitCode::Failed,
-                      "cannot write " + name + ": " + std::generic_category().message(error));
+        throw systemFailure("cannot write " + name, error);
     }
     return std::unique_ptr<StreamOutput>(new StreamOutput(std::move(name), {}, copy));
 }

@@ -1,5 +1,6 @@
 #include "report/AttemptLog.h"
 
+#include <foundation/httpclient_core/HttpRequestCancelledException.h>
 #include <foundation/httpclient_core/HttpRequestTimeoutException.h>
 
 #include <algorithm>
@@ -20,9 +21,23 @@ std::string timeText(std::chrono::microseconds time) {
     return std::to_string(tenths / 10) + "." + std::to_string(tenths % 10) + " ms";
 }
 
+bool isCancelled(const AttemptReport& report) {
+    try {
+        if (report.error != nullptr) {
+            std::rethrow_exception(report.error);
+        }
+    } catch (const httpclient_core::HttpRequestCancelledException&) {
+        return true;
+    } catch (...) {
+        return false;
+    }
+    return false;
+}
+
 std::string statusText(const AttemptReport& report) {
     if (report.code == HttpResponseCode::RequestNotMade) {
-        return "not sent";
+        // A transport forgets the code of what was cancelled; there may have been an answer.
+        return isCancelled(report) ? "given up" : "not sent";
     }
     if (report.code == HttpResponseCode::ResponseNotReceived) {
         return "no answer";

@@ -53,6 +53,15 @@ bool mayBeShown(const std::string& name) {
     return std::binary_search(shownNames.begin(), shownNames.end(), lowerCase(name));
 }
 
+std::string shownValue(const std::string& name, const std::string& value) {
+    if (lowerCase(name) == "location") {
+        return shownUrl(value);
+    }
+    // No other shown value needs a "?".
+    const std::size_t query = value.find('?');
+    return query == std::string::npos ? value : value.substr(0, query) + "?...";
+}
+
 std::string headText(httpclient_core::HttpResponseCode code,
                      const std::string& reason,
                      const httpclient_core::HttpHeaders& headers) {
@@ -69,11 +78,7 @@ std::string headText(httpclient_core::HttpResponseCode code,
 std::vector<std::string> shownHeaders(const httpclient_core::HttpHeaders& headers) {
     std::vector<std::string> lines;
     for (const auto& [name, value] : headers) {
-        // A relative Location has a query, too, which no scheme marks; no other shown value needs a "?".
-        const std::size_t query = value.find('?');
-        const std::string shown =
-            query == std::string::npos ? value : value.substr(0, query) + "?...";
-        lines.push_back(name + ": " + (mayBeShown(name) ? shown : "(hidden)"));
+        lines.push_back(name + ": " + (mayBeShown(name) ? shownValue(name, value) : "(hidden)"));
     }
     return lines;
 }

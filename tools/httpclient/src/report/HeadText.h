@@ -18,5 +18,7 @@ std::vector<std::string> shownHeaders(const httpclient_core::HttpHeaders& header
 
 /// Whether the value of a header of that name, in any letter case, may be shown.
 bool mayBeShown(const std::string& name);
+/// The value of a header that may be shown, without queries and what else a URL may have that is secret.
+std::string shownValue(const std::string& name, const std::string& value);
 
 }  // namespace foundation::httpclient_tool

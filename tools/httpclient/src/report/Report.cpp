@@ -46,7 +46,7 @@ Json attemptJson(const AttemptRecord& record) {
     method << report.method;
     return {{"attempt", report.attempt},
             {"method", method.str()},
-            {"url", safeText(report.url)},
+            {"url", shownUrl(report.url)},
             {"status", static_cast<int>(report.code)},
             {"error", textOrNull(errorText(report.error))},
             {"redirects", report.redirects},
@@ -70,7 +70,7 @@ Json headersJson(const httpclient_core::HttpHeaders& headers) {
     Json json = Json::object();
     for (const auto& [name, value] : headers) {
         if (mayBeShown(name) && !json.contains(name)) {
-            json[name] = safeText(value.substr(0, value.find('?')));
+            json[name] = safeText(shownValue(name, value));
         }
     }
     return json;
@@ -81,7 +81,7 @@ Json resultJson(const TransferResult& result) {
     for (const AttemptRecord& record : result.attempts) {
         attempts.push_back(attemptJson(record));
     }
-    return {{"url", safeText(result.url)},
+    return {{"url", shownUrl(result.url)},
             {"method", result.method},
             {"output", textOrNull(result.output)},
             {"exit_code", static_cast<int>(result.code)},
@@ -89,7 +89,7 @@ Json resultJson(const TransferResult& result) {
             {"status", result.status},
             {"reason", safeText(result.reason)},
             {"headers", headersJson(result.headers)},
-            {"effective_url", textOrNull(result.effectiveUrl)},
+            {"effective_url", textOrNull(shownUrl(result.effectiveUrl))},
             {"redirects", result.redirects},
             {"bytes", result.bytes},
             {"resumed_from", result.resumedFrom},

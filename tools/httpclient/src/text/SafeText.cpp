@@ -28,13 +28,18 @@ std::string redactedAuthorityAndPath(std::string_view text) {
 std::string withoutControlBytes(std::string_view text) {
     std::string result;
     result.reserve(text.size());
-    for (const char character : text) {
-        const auto byte = static_cast<unsigned char>(character);
+    const auto escape = [&result](unsigned char byte) { result += "\\x" + hexDigits(byte); };
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        const auto byte = static_cast<unsigned char>(text[at]);
+        const auto next = static_cast<unsigned char>(at + 1 < text.size() ? text[at + 1] : 0);
         if (byte < 0x20 || byte == 0x7F) {
-            result += "\\x";
-            result += hexDigits(byte);
+            escape(byte);
+        } else if (byte == 0xC2 && next >= 0x80 && next < 0xA0) {
+            escape(byte);
+            escape(next);
+            ++at;
         } else {
-            result += character;
+            result += text[at];
         }
     }
     return result;
@@ -55,6 +60,14 @@ std::string withoutUrlSecrets(std::string_view text) {
     }
     result += text;
     return result;
+}
+
+std::string shownUrl(std::string_view url) {
+    const std::string_view slashes = "//";
+    const std::size_t marker = url.substr(0, url.find_first_of("?#")).find(slashes);
+    const std::size_t start = marker == std::string_view::npos ? 0 : marker + slashes.size();
+    return withoutControlBytes(std::string(url.substr(0, start)) +
+                               redactedAuthorityAndPath(url.substr(start)));
 }
 
 std::string safeText(std::string_view text) {

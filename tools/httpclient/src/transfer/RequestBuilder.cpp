@@ -1,17 +1,19 @@
 #include "transfer/RequestBuilder.h"
 
-#include "report/Failure.h"
+#include "report/SystemFailure.h"
 #include "transfer/FileStream.h"
 
 #include <foundation/httpclient_core/Version.h>
 #include <foundation/httpclient_core/detail/TransportAccess.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdlib>
 #include <fcntl.h>
 #include <fstream>
 #include <sstream>
+#include <string_view>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
@@ -23,12 +25,31 @@ namespace {
 using namespace httpclient_core;
 
 [[noreturn]] void throwCannotRead(const std::string& name, int error) {
-    throw Failure(ExitCode::Failed,
-                  "cannot read " + name + ": " + std::generic_category().message(error));
+    throw systemFailure("cannot read " + name, error);
+}
+
+std::filesystem::path temporaryFolder() {
+    std::error_code error;
+    std::filesystem::path folder = std::filesystem::temp_directory_path(error);
+    if (error) {
+        throw systemFailure("cannot use the folder for temporary files that TMPDIR names",
+                            error.value());
+    }
+    return folder;
+}
+
+[[noreturn]] void misuse(const std::string& text) {
+    throw Failure(ExitCode::Usage, text);
+}
+
+// What would end a line of the part's head, or forge one.
+bool hasControlCharacter(std::string_view text) {
+    return std::any_of(text.begin(), text.end(),
+                       [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; });
 }
 
 std::shared_ptr<BodyFile> copyOf(int descriptor, const std::string& name) {
-    auto copy = BodyFile::createUnnamed(std::filesystem::temp_directory_path());
+    auto copy = BodyFile::createUnnamed(temporaryFolder());
     std::array<char, 65536> chunk{};
     for (;;) {
         const ssize_t got = ::read(descriptor, chunk.data(), chunk.size());
@@ -42,8 +63,7 @@ std::shared_ptr<BodyFile> copyOf(int descriptor, const std::string& name) {
             return copy;
         }
         if (!copy->write(copy->size(), {chunk.data(), static_cast<std::size_t>(got)})) {
-            throw Failure(ExitCode::Failed, "cannot write a temporary file: " +
-                                                std::generic_category().message(copy->error()));
+            throw systemFailure("cannot write a temporary file", copy->error());
         }
     }
 }
@@ -52,7 +72,10 @@ std::shared_ptr<BodyFile> copyOf(int descriptor, const std::string& name) {
 void addField(MultipartBody& form, const std::string& text) {
     const std::size_t equals = text.find('=');
     if (equals == std::string::npos || equals == 0) {
-        throw Failure(ExitCode::Usage, "-F takes NAME=VALUE or NAME=@FILE");
+        misuse("-F takes NAME=VALUE or NAME=@FILE");
+    }
+    if (hasControlCharacter(std::string_view(text).substr(0, equals))) {
+        misuse("the name of a form field has a control character");
     }
     PartHeader header(text.substr(0, equals));
     std::string value = text.substr(equals + 1);
@@ -63,15 +86,23 @@ void addField(MultipartBody& form, const std::string& text) {
     const std::string marker = ";type=";
     const std::size_t type = value.rfind(marker);
     if (type != std::string::npos) {
-        header.setContentType(value.substr(type + marker.size()));
+        std::string mediaType = value.substr(type + marker.size());
+        if (hasControlCharacter(mediaType)) {
+            misuse("the type of a form field has a control character");
+        }
+        header.setContentType(std::move(mediaType));
         value.resize(type);
     }
     const std::string path = value.substr(1);
     if (path.empty()) {
-        throw Failure(ExitCode::Usage, "-F takes NAME=VALUE or NAME=@FILE");
+        misuse("-F takes NAME=VALUE or NAME=@FILE");
     }
-    if (::access(path.c_str(), R_OK) != 0) {
+    struct stat status{};
+    if (::stat(path.c_str(), &status) != 0 || ::access(path.c_str(), R_OK) != 0) {
         throwCannotRead(path, errno);
+    }
+    if (S_ISDIR(status.st_mode)) {
+        throwCannotRead(path, EISDIR);
     }
     form.addPart(FilePart(std::move(header), path));
 }
@@ -103,6 +134,9 @@ void RequestBuilder::readData(const std::string& data, int standardInput, Interr
     const Interrupts::Scope scope(interrupts,
                                   [] { std::_Exit(static_cast<int>(ExitCode::Interrupted)); });
     const std::string path = data.substr(1);
+    if (path.empty()) {
+        misuse("-d takes a text, @FILE, or @- for standard input");
+    }
     if (path == "-") {
         copy_ = copyOf(standardInput, "standard input");
         length_ = copy_->size();

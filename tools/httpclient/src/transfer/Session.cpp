@@ -2,9 +2,10 @@
 
 #include "command/UrlArgument.h"
 #include "output/DescriptorWriter.h"
-#include "report/Failure.h"
 #include "report/Report.h"
+#include "report/SystemFailure.h"
 #include "terminal/ProgressDisplay.h"
+#include "text/SafeText.h"
 #include "transfer/Transfer.h"
 
 #include <atomic>
@@ -13,15 +14,43 @@
 #include <deque>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <sstream>
-#include <system_error>
 #include <utility>
 
 namespace foundation::httpclient_tool {
 namespace {
 
 using namespace httpclient_core;
+
+void describeRequest(TransferResult& result, const RequestOptions& options, std::size_t number) {
+    std::ostringstream method;
+    method << options.method;
+    result.method = method.str();
+    result.url = options.urls[number];
+}
+
+void putOutReport(ExitCode code, const std::vector<TransferResult>& results, int standardOutput) {
+    const int error = writeAll(standardOutput, jsonReport(code, results));
+    if (error != 0) {
+        throw systemFailure("cannot write standard output", error);
+    }
+}
+
+// What ends everything before the first request is a report as well: whoever reads it need not look at
+// standard error.
+void reportThatNothingWasSent(const RequestOptions& options,
+                              const Failure& failure,
+                              int standardOutput) {
+    std::vector<TransferResult> results(options.urls.size());
+    for (std::size_t number = 0; number < results.size(); ++number) {
+        describeRequest(results[number], options, number);
+        results[number].code = failure.code();
+        results[number].failure = failure.what();
+    }
+    putOutReport(failure.code(), results, standardOutput);
+}
 
 class Session {
 public:
@@ -71,10 +100,20 @@ private:
 
     void requireDifferentNames() const {
         std::set<std::string> names;
-        for (const std::string& url : options_.urls) {
-            static_cast<void>(parseUrlArgument(url));
-            if (options_.remoteName && !names.insert(remoteName(url)).second) {
-                throw Failure(ExitCode::Usage, "two URLs end in the same name; use -o for each");
+        for (std::size_t number = 0; number < options_.urls.size(); ++number) {
+            const std::string& url = options_.urls[number];
+            try {
+                static_cast<void>(parseUrlArgument(url));
+                if (options_.remoteName && !names.insert(remoteName(url)).second) {
+                    throw Failure(ExitCode::Usage,
+                                  "two URLs end in the same name; use -o for each");
+                }
+            } catch (const Failure& failure) {
+                if (options_.urls.size() == 1) {
+                    throw;
+                }
+                throw Failure(failure.code(),
+                              "URL " + std::to_string(number + 1) + ": " + failure.what());
             }
         }
     }
@@ -228,8 +267,8 @@ private:
         if (interrupted()) {
             return {ExitCode::Interrupted, "interrupted"};
         }
-        return {ExitCode::TimedOut,
-                options_.urls[number] + ": not complete when --max-time was over; allow more time"};
+        return {ExitCode::TimedOut, shownUrl(options_.urls[number]) +
+                                        ": not complete when --max-time was over; allow more time"};
     }
 
     static void describeAnswer(TransferResult& result, const Outcome& outcome) {
@@ -244,10 +283,7 @@ private:
     // Records the end of a transfer and forgets it.
     void settle(std::size_t number, const std::optional<Failure>& failure) {
         TransferResult& result = results_[number];
-        std::ostringstream method;
-        method << options_.method;
-        result.method = method.str();
-        result.url = options_.urls[number];
+        describeRequest(result, options_, number);
         result.code = failure.has_value() ? failure->code() : ExitCode::Success;
         result.failure = failure.has_value() ? failure->what() : "";
         Running ended;
@@ -298,14 +334,11 @@ private:
         }
         if (code == ExitCode::Success) {
             display_.finish(totalBytes_);
+        } else {
+            display_.abandon();
         }
-        if (!options_.json) {
-            return code;
-        }
-        const int error = writeAll(environment_.standardOutput, jsonReport(code, results_));
-        if (error != 0) {
-            throw Failure(ExitCode::Failed, "cannot write standard output: " +
-                                                std::generic_category().message(error));
+        if (options_.json) {
+            putOutReport(code, results_, environment_.standardOutput);
         }
         return code;
     }
@@ -335,7 +368,16 @@ private:
 }  // namespace
 
 ExitCode runSession(const RequestOptions& options, Environment& environment) {
-    return Session(options, environment).run();
+    std::optional<Session> session;
+    try {
+        session.emplace(options, environment);
+    } catch (const Failure& failure) {
+        if (options.json) {
+            reportThatNothingWasSent(options, failure, environment.standardOutput);
+        }
+        throw;
+    }
+    return session->run();
 }
 
 }  // namespace foundation::httpclient_tool

@@ -7,6 +7,8 @@
 #include "output/DescriptorWriter.h"
 #include "output/StreamOutput.h"
 #include "report/HeadText.h"
+#include "report/SystemFailure.h"
+#include "text/SafeText.h"
 
 #include <foundation/httpclient_core/HttpRequestFailedException.h>
 #include <foundation/httpclient_curl/ResumingRetryStrategy.h>
@@ -14,7 +16,6 @@
 #include <sstream>
 #include <stdexcept>
 #include <string_view>
-#include <system_error>
 #include <utility>
 
 namespace foundation::httpclient_tool {
@@ -68,6 +69,7 @@ bool saysNotTheRest(const std::exception_ptr& error) {
 Transfer::Transfer(std::size_t number, std::string url, const TransferContext& context)
     : number_(number),
       url_(std::move(url)),
+      shownUrl_(shownUrl(url_)),
       context_(context),
       parsedUrl_(parseUrlArgument(url_)),
       destination_(openDestination({.path = outputPath(),
@@ -112,7 +114,7 @@ void Transfer::tellHead(const HttpRequest& request) const {
         return;
     }
     std::ostringstream line;
-    line << "> " << request.getHttpMethod() << ' ' << url_;
+    line << "> " << request.getHttpMethod() << ' ' << shownUrl_;
     context_.errors.note(line.str());
     for (const std::string& header : shownHeaders(request.getHeaders())) {
         context_.errors.note("> " + header);
@@ -220,7 +222,7 @@ void Transfer::requireWhole(const HttpResponse& response) const {
     const auto reason = context_.options.hasHeader("Range") ? whyIncompletePart(response, size)
                                                             : whyIncomplete(response, size);
     if (reason.has_value()) {
-        throw Failure(ExitCode::Failed, url_ + ": incomplete: " + *reason + "; try again");
+        throw Failure(ExitCode::Failed, shownUrl_ + ": incomplete: " + *reason + "; try again");
     }
 }
 
@@ -239,7 +241,7 @@ void Transfer::conclude(Outcome& outcome) {
                 context_.errors.note(line);
             }
         }
-        throw giveUp(failureFor(outcome, url_));
+        throw giveUp(failureFor(outcome, facts()));
     }
     if (!begun_) {
         // An answer without a body.
@@ -272,9 +274,15 @@ void Transfer::publish(const HttpResponse& response) {
     destination_->publish();
     const int error = output == nullptr ? writeAll(context_.standardOutput, head) : 0;
     if (error != 0) {
-        throw Failure(ExitCode::Failed,
-                      "cannot write standard output: " + std::generic_category().message(error));
+        throw systemFailure("cannot write standard output", error);
     }
+}
+
+RequestFacts Transfer::facts() const {
+    const HttpMethod method = context_.options.method;
+    return {.url = shownUrl_,
+            .isRepeated = method != HttpMethod::POST && method != HttpMethod::PATCH,
+            .usesSocket = !context_.options.unixSocket.empty()};
 }
 
 Failure Transfer::giveUp(Failure failure) {

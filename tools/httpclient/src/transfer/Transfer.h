@@ -56,7 +56,6 @@ public:
     void wake() noexcept { destination_->wake(); }
 
     std::size_t number() const noexcept { return number_; }
-    const std::string& url() const noexcept { return url_; }
     const Destination& destination() const noexcept { return *destination_; }
     /// Bytes of an earlier run that this one built on.
     std::int64_t resumedFrom() const noexcept { return resumedFrom_; }
@@ -76,9 +75,11 @@ private:
     void requireWhole(const httpclient_core::HttpResponse& response) const;
     void publish(const httpclient_core::HttpResponse& response);
     StreamOutput* standardOutput() const noexcept;
+    RequestFacts facts() const;
 
     std::size_t number_;
     std::string url_;
+    std::string shownUrl_;  ///< For messages.
     const TransferContext& context_;
     httpclient_core::URL parsedUrl_;
     std::shared_ptr<Destination> destination_;
