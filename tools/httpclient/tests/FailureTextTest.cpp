@@ -61,6 +61,12 @@ TEST(FailureTextTest, AdvisesWhatHelps) {
               "ask for the URL it names, or allow more --max-redirects");
     EXPECT_EQ(advice(failed("GET http://h/f: refused (libcurl 7)"), local),
               "check the path of --unix-socket");
+    EXPECT_EQ(advice(failed("GET https://h/f: TLS verification: x (libcurl 60)"), get),
+              "check the host name, or name the right certificates with --cacert");
+    EXPECT_EQ(advice(failed("GET https://h/f: reset (libcurl 35)"), get),
+              "check that the server speaks TLS 1.2 or later at that port, or try again later");
+    EXPECT_EQ(advice(failed("GET https://h/f: no certificate file (libcurl 77)"), get),
+              "name a file of certificates in PEM form with --cacert");
     EXPECT_EQ(advice(failed("Protocol \"ftp\" is neither http nor https"), get),
               "the server sends elsewhere; check the URL");
     EXPECT_EQ(advice(failed("The redirect names no usable URL: Bad hostname"), get),

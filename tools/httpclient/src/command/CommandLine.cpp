@@ -41,7 +41,7 @@ Exit status:
     9  the partial file cannot be continued, or the resource changed after bytes went out
    64  wrong usage
   130  interrupted by SIGINT, SIGTERM or SIGHUP
-With several URLs it is that of the first one, in the order given, that failed.
+With several URLs it is 130 after an interrupt, else that of the first one, in the order given, that failed.
 
 Environment: http_proxy, https_proxy, all_proxy and no_proxy name the proxy; NO_COLOR turns colours off.)";
 

@@ -62,10 +62,21 @@ bool isAboutTls(std::int64_t number) {
     return number == 82 || std::find(numbers.begin(), numbers.end(), number) != numbers.end();
 }
 
+const char* adviceForTls(std::int64_t number) {
+    switch (number) {
+        case 35:  // also a connection that is cut in the handshake
+            return "check that the server speaks TLS 1.2 or later at that port, or try again later";
+        case 77:
+            return "name a file of certificates in PEM form with --cacert";
+        default:
+            return "check the host name, or name the right certificates with --cacert";
+    }
+}
+
 Advice adviceFor(std::string_view text, const RequestFacts& facts) {
     const std::int64_t number = libcurlNumber(text);
     if (isAboutTls(number)) {
-        return {ExitCode::Tls, "check the host name, or name the right certificates with --cacert"};
+        return {ExitCode::Tls, adviceForTls(number)};
     }
     if (text.find("Maximum number of redirects") != std::string_view::npos) {
         return {ExitCode::TooManyRedirects, "check the URL, or allow more with --max-redirects"};
