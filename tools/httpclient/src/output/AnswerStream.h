@@ -1,11 +1,10 @@
 #pragma once
 #include "output/Destination.h"
+#include "output/PositionedBuffer.h"
 
-#include <array>
 #include <functional>
 #include <iostream>
 #include <memory>
-#include <streambuf>
 
 namespace foundation::httpclient_tool {
 
@@ -15,7 +14,7 @@ namespace foundation::httpclient_tool {
 /// While nothing was written it cannot tell its position. So whoever wants an empty body must replace it by
 /// a new one, which then knows the head of the answer it is made for; a stream made for one answer would
 /// otherwise take the bytes of another, an error page say.
-class AnswerBuffer final : public std::streambuf {
+class AnswerBuffer final : public PositionedBuffer {
 public:
     /// Writes nowhere.
     AnswerBuffer() = default;
@@ -27,22 +26,18 @@ public:
                  std::function<bool()> isCurrent);
 
 protected:
-    int_type overflow(int_type character) override;
     std::streamsize xsputn(const char* bytes, std::streamsize count) override;
-    int_type underflow() override;
-    pos_type seekoff(off_type offset,
-                     std::ios_base::seekdir from,
-                     std::ios_base::openmode which) override;
-    pos_type seekpos(pos_type position, std::ios_base::openmode which) override;
+    std::int64_t readAt(std::int64_t position, char* bytes, std::size_t capacity) override;
+    std::int64_t end() const override { return written_; }
+    std::int64_t writePosition() const override { return written_; }
+    bool moveWriting(std::int64_t position) override;
 
 private:
     std::shared_ptr<Destination> destination_;
     std::uint64_t ticket_ = 0;
     std::int64_t offset_ = 0;
     std::function<bool()> isCurrent_;
-    off_type written_ = 0;
-    off_type readPosition_ = 0;  ///< Of the end of the bytes in `input_`.
-    std::array<char, 16384> input_{};
+    std::int64_t written_ = 0;
 };
 
 /// A stream over an `AnswerBuffer`.
