@@ -92,6 +92,14 @@ TEST(AttemptLogTest, SaysWhereNoAnswerCame) {
     EXPECT_NE(describe(none).find("GET http://h/: no answer"), std::string::npos);
 }
 
+TEST(AttemptLogTest, DoesNotSayOfARefusedAnswerThatNoneCame) {
+    AttemptReport refused = report(1, 1);
+    refused.code = HttpResponseCode::ResponseNotReceived;
+    refused.error = std::make_exception_ptr(HttpRequestFailedException("The answer is malformed"));
+    EXPECT_TRUE(describe(refused).starts_with(
+        "attempt 1: GET http://h/f: no usable answer, The answer is malformed; 700 bytes"));
+}
+
 TEST(AttemptLogTest, DoesNotSayOfACancelledAttemptThatNothingWasSent) {
     AttemptReport cancelled = report(1, 1);
     cancelled.code = HttpResponseCode::RequestNotMade;

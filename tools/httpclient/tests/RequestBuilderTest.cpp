@@ -158,6 +158,14 @@ TEST_F(RequestBuilderTest, AFormFieldCannotForgeLines) {
     EXPECT_EQ(build().getMultipartBody().getDataPart("a").getData(), "line\r\nline");
 }
 
+TEST_F(RequestBuilderTest, AFormTakesNoPipes) {
+    options_.form = {"a=@/dev/null"};
+    EXPECT_TRUE(
+        failsWith(ExitCode::Failed,
+                  "cannot send /dev/null in a form: it is no regular file; copy it into one",
+                  [this] { build(); }));
+}
+
 TEST_F(RequestBuilderTest, AFolderIsNoFileForAForm) {
     options_.form = {"a=@" + folder_.path().string()};
     EXPECT_TRUE(

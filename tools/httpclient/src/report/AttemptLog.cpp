@@ -40,7 +40,8 @@ std::string statusText(const AttemptReport& report) {
         return isCancelled(report) ? "given up" : "not sent";
     }
     if (report.code == HttpResponseCode::ResponseNotReceived) {
-        return "no answer";
+        // Its head may have come and been refused.
+        return report.firstByte.count() > 0 ? "no usable answer" : "no answer";
     }
     return "status " + to_string(report.code);
 }

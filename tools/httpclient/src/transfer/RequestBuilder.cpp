@@ -104,6 +104,10 @@ void addField(MultipartBody& form, const std::string& text) {
     if (S_ISDIR(status.st_mode)) {
         throwCannotRead(path, EISDIR);
     }
+    if (!S_ISREG(status.st_mode)) {
+        throw Failure(ExitCode::Failed, "cannot send " + path +
+                                            " in a form: it is no regular file; copy it into one");
+    }
     form.addPart(FilePart(std::move(header), path));
 }
 
