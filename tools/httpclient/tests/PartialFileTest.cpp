@@ -186,6 +186,22 @@ TEST_F(PartialFileTest, APartThatIsShorterThanItsJournalSaysIsNotBuiltOn) {
     EXPECT_FALSE(open(true)->heldPart().has_value());
 }
 
+TEST_F(PartialFileTest, AFileOfSomebodyElseUnderThePartialNameIsNeverPublished) {
+    {
+        const auto file = open(false);
+        EXPECT_TRUE(file->append(file->begin(0, strong), "ours"));
+        folder_.write("other", "theirs");
+        std::filesystem::rename(folder_ / "other", folder_ / "f.part");
+        EXPECT_TRUE(failsWith(ExitCode::Failed,
+                              "cannot write " + (folder_ / "f").string() + ": " +
+                                  (folder_ / "f.part").string() +
+                                  " was replaced meanwhile; choose another name",
+                              [&] { file->publish(); }));
+    }
+    EXPECT_THAT(folder_.names(), ElementsAre("f.part"));
+    EXPECT_EQ(folder_.read("f.part"), "theirs");
+}
+
 TEST_F(PartialFileTest, TheServerMayStartOverOrRefuse) {
     leave(randomBytes(2'500'000));
     const auto file = open(true);

@@ -1,8 +1,11 @@
 #pragma once
+#include "output/FileIdentity.h"
+
 #include <atomic>
 #include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string_view>
 #include <sys/types.h>
 
@@ -28,7 +31,7 @@ public:
 
     /// Takes the descriptor over. `size` is that of the file.
     explicit BodyFile(int descriptor, std::int64_t size = 0) noexcept
-        : descriptor_(descriptor), size_(size) {}
+        : descriptor_(descriptor), identity_(identityOf(descriptor)), size_(size) {}
     BodyFile(const BodyFile&) = delete;
     BodyFile& operator=(const BodyFile&) = delete;
     ~BodyFile();
@@ -49,6 +52,10 @@ public:
     /// earlier write.
     bool commit() noexcept;
 
+    /// Whether the file still has that name, also after `commit()`.
+    bool isAt(const std::filesystem::path& path) const noexcept {
+        return identity_.has_value() && identity_ == identityAt(path);
+    }
     std::int64_t size() const noexcept { return size_.load(std::memory_order_relaxed); }
     /// The errno of the first operation that failed; 0 while none has.
     int error() const noexcept { return error_.load(std::memory_order_relaxed); }
@@ -57,6 +64,7 @@ private:
     bool failed(int error) noexcept;
 
     int descriptor_;
+    std::optional<FileIdentity> identity_;
     std::atomic<std::int64_t> size_;
     std::atomic<int> error_{0};
 };

@@ -1,6 +1,7 @@
 #include "output/Journal.h"
 
 #include "entity/ContentRange.h"
+#include "output/FileIdentity.h"
 #include "output/Sha256.h"
 #include "report/SystemFailure.h"
 
@@ -155,10 +156,8 @@ Journal::Opened Journal::open(const std::filesystem::path& path) {
 }
 
 bool Journal::isStillThere() const noexcept {
-    struct stat mine{};
-    struct stat named{};
-    return ::fstat(descriptor_, &mine) == 0 && ::lstat(path_.c_str(), &named) == 0 &&
-           mine.st_ino == named.st_ino && mine.st_dev == named.st_dev;
+    const auto mine = identityOf(descriptor_);
+    return mine.has_value() && mine == identityAt(path_);
 }
 
 // False when the file is somebody else's.

@@ -88,7 +88,7 @@ PartialFile::~PartialFile() {
         (!begun_ && body_ != nullptr && journal_->header().has_value() && body_->size() > 0)) {
         return;
     }
-    if (body_ != nullptr) {
+    if (body_ != nullptr && body_->isAt(part_)) {
         ::unlink(part_.c_str());
     }
     journal_->remove();
@@ -238,6 +238,11 @@ void PartialFile::publish() {
     }
     if (!body_->commit()) {
         throw cannotWrite(body_->error());
+    }
+    // Somebody may have a use of his own for that name; his file must not pass for this body.
+    if (!body_->isAt(part_)) {
+        throw Failure(ExitCode::Failed, "cannot write " + name() + ": " + part_.string() +
+                                            " was replaced meanwhile; choose another name");
     }
     if (::rename(part_.c_str(), place_.target.c_str()) != 0) {
         throw cannotWrite(errno);
