@@ -16,14 +16,16 @@
 namespace {
 
 // A program may be started without standard input, output or error. Files opened later would get their
-// numbers, and the body would be printed into one of them. Read-only, so that writing still fails.
+// numbers, and the body would be printed into one of them. Each is opened the wrong way, so that using it
+// still fails: a closed standard input is no empty body.
 void occupyStandardDescriptors() {
-    int descriptor = 0;
-    while (descriptor >= 0 && descriptor <= STDERR_FILENO) {
-        descriptor = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
-    }
-    if (descriptor >= 0) {
-        ::close(descriptor);
+    for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
+        // NOLINTNEXTLINE(cppcoreguidelines-pro-type-vararg): the system's own interface
+        if (::fcntl(descriptor, F_GETFD) < 0) {
+            // Takes the lowest number that is free, which is this one.
+            const int direction = descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY;
+            ::open("/dev/null", direction | O_CLOEXEC);
+        }
     }
 }
 

@@ -56,6 +56,17 @@ TEST_F(HttpclientRequestsTest, SendsStandardInput) {
     EXPECT_EQ(server.requests().at(0).header("Content-Length"), "11");
 }
 
+TEST_F(HttpclientRequestsTest, AClosedStandardInputIsNoEmptyBody) {
+    LoopbackServer server(echo);
+    EXPECT_EQ(startCommand({"sh", "-c", "exec \"$0\" post \"$1\" -d @- <&-", HTTPCLIENT_PROGRAM,
+                            server.url("/")},
+                           -1)
+                  ->wait(),
+              1);
+    expectOneLine("cannot read standard input: Bad file descriptor");
+    EXPECT_EQ(server.requestCount(), 0);
+}
+
 TEST_F(HttpclientRequestsTest, SendsAForm) {
     LoopbackServer server(echo);
     logs_.write("cat.png", "pixels");
@@ -249,7 +260,7 @@ TEST_F(HttpclientRequestsTest, FilesWhoseNamesMeetAreNeverMixed) {
     }
     published.set_value();
     EXPECT_EQ(process->wait(), 1);
-    expectOneLine("cannot write f: f\\.part was replaced meanwhile");
+    expectOneLine("cannot write f: f\\.part was replaced or removed meanwhile");
     EXPECT_THAT(folder_.names(), ElementsAre("f.part"));
     EXPECT_EQ(folder_.read("f.part"), "of f.part");
 }

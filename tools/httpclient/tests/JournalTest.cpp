@@ -182,6 +182,14 @@ TEST_F(JournalTest, OnlyItsOwnerReadsIt) {
     EXPECT_EQ(status.st_mode & 0777U, 0600U);
 }
 
+TEST_F(JournalTest, RemovesNoFileOfSomebodyElse) {
+    const auto journal = Journal::open(folder_ / "j").journal;
+    folder_.write("other", "theirs");
+    std::filesystem::rename(folder_ / "other", folder_ / "j");
+    journal->remove();
+    EXPECT_EQ(folder_.read("j"), "theirs");
+}
+
 TEST_F(JournalTest, AFolderThatIsMissingIsAFailure) {
     EXPECT_THROW(Journal::open(folder_ / "none" / "f"), Failure);
 }

@@ -195,7 +195,7 @@ TEST_F(PartialFileTest, AFileOfSomebodyElseUnderThePartialNameIsNeverPublished) 
         EXPECT_TRUE(failsWith(ExitCode::Failed,
                               "cannot write " + (folder_ / "f").string() + ": " +
                                   (folder_ / "f.part").string() +
-                                  " was replaced meanwhile; choose another name",
+                                  " was replaced or removed meanwhile; choose another name",
                               [&] { file->publish(); }));
     }
     EXPECT_THAT(folder_.names(), ElementsAre("f.part"));

@@ -216,7 +216,10 @@ bool Journal::recordDurable(const Checkpoint& checkpoint) {
 }
 
 void Journal::remove() noexcept {
-    ::unlink(path_.c_str());
+    // Somebody may have put a file of his own there meanwhile.
+    if (isStillThere()) {
+        ::unlink(path_.c_str());
+    }
 }
 
 }  // namespace foundation::httpclient_tool

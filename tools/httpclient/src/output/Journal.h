@@ -69,7 +69,7 @@ public:
     /// Records a checkpoint whose bytes are on the disk, and waits until it is there, too. False after an
     /// error.
     bool recordDurable(const Checkpoint& checkpoint);
-    /// Removes the file; it stays locked.
+    /// Removes the file, unless another one has its name by now; it stays locked.
     void remove() noexcept;
 
 private:

@@ -241,8 +241,9 @@ void PartialFile::publish() {
     }
     // Somebody may have a use of his own for that name; his file must not pass for this body.
     if (!body_->isAt(part_)) {
-        throw Failure(ExitCode::Failed, "cannot write " + name() + ": " + part_.string() +
-                                            " was replaced meanwhile; choose another name");
+        throw Failure(ExitCode::Failed,
+                      "cannot write " + name() + ": " + part_.string() +
+                          " was replaced or removed meanwhile; choose another name");
     }
     if (::rename(part_.c_str(), place_.target.c_str()) != 0) {
         throw cannotWrite(errno);
