@@ -351,6 +351,9 @@ void Exchange::onBlock() {
     const bool toConnect = info<long>(handle(), CURLINFO_RESPONSE_CODE) == 0;
     if (hop_->pass != nullptr) {
         hop_->pass->onAnswer(block, toConnect);
+        if (hop_->pass->hasPassed() && hop_->pass->generation() > 0) {
+            shared_.credentials.judge(hop_->pass->info(), hop_->pass->generation(), true);
+        }
         if (hop_->pass->isRefused() && (upload_.has_value() || sendsForm_)) {
             // squid never reads the body that it refused, but keeps the connection open: a request that
             // came after it would wait for ever.
@@ -430,6 +433,7 @@ void Exchange::commit(const HeaderBlock& block) {
 void Exchange::deliver(const HeaderBlock& block, ResumeGuard::Verdict verdict) {
     core::HttpHeaders headers = block.headers();
     if (hop_->pass != nullptr && hop_->pass->isRefused()) {
+        shared_.credentials.judge(hop_->pass->info(), hop_->pass->generation(), false);
         headers.addHeaderValue(proxyInfoHeader, hop_->pass->info());
         headers.addHeaderValue(proxyGenerationHeader, std::to_string(hop_->pass->generation()));
     }

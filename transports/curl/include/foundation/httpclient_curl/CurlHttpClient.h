@@ -106,10 +106,22 @@ public:
     /// @throws std::runtime_error "libcurl cannot be initialized: " and the reason.
     CurlHttpClient();
     /// Makes a client that asks `prompt` for proxy credentials; null asks nobody. The prompt is called on
-    /// the thread of the request that needs it, for one request at a time: an answer serves all requests
-    /// that the proxy refused before it was given, and a prompt that declines does so for all that wait for
-    /// it. It must not wait for another request of the same client. A request that is cancelled while
-    /// another one asks ends at once, the one that asks when its prompt returns. The prompt's time is the client's setting `credentialPromptTimeoutMs`, 120000.
+    /// the thread of the request that needs it, for one request at a time, with no lock held, and must not
+    /// wait for another request of the same client. Its time is the client's setting
+    /// `credentialPromptTimeoutMs`, 120000.
+    ///
+    /// An answer serves all requests that the proxy refused before it was given. The request that asked
+    /// tries it first; the others wait until the proxy has taken it, until that request ends, or for five
+    /// seconds where the server behind the proxy is slow. So a wrong password is sent once, and the user
+    /// is asked again by the same request while it has attempts left. A prompt that declines, or whose last
+    /// answer was wrong, does so for all that wait. An answer that the proxy has never taken is not sent
+    /// any more once it was refused.
+    ///
+    /// A request that is cancelled while another one asks ends at once. The one that asks ends when its
+    /// prompt returns: soon for a CancellableCredentialPrompt, which is told to stop, and the next request
+    /// that needs an answer then asks in its place; for any other prompt when the user has answered. That
+    /// answer is kept for the others. Until then the request counts as in flight, and the destructor of the
+    /// client waits for it; afterwards no prompt is called any more. Each handler runs once in all cases.
     /// @throws std::runtime_error "libcurl cannot be initialized: " and the reason.
     explicit CurlHttpClient(std::shared_ptr<httpclient_core::ProxyCredentialPrompt> prompt);
     /// Makes a client with these options.
