@@ -190,23 +190,48 @@ TEST_F(PromptTest, TheQuitKeyEndsTheProgramAsAlways) {
 }
 
 // With a shell that controls jobs, as at a desk.
-TEST_F(PromptTest, StopsAtItsKeyAndAsksAgainInTheForeground) {
-    std::string line;
-    for (const std::string& word : command()) {
-        line += "'" + word + "' ";
+class StoppedPromptTest : public PromptTest {
+protected:
+    std::unique_ptr<TerminalProcess> beginAsJob() {
+        std::string line;
+        for (const std::string& word : command()) {
+            line += "'" + word + "' ";
+        }
+        line += "; stty -a </dev/tty >/dev/tty; echo stopped >/dev/tty; fg; exit $?";
+        auto process = begin({"sh", "-m", "-c", line});
+        waitAtPassword(*process);
+        return process;
     }
-    line += "; stty -a </dev/tty >/dev/tty; echo stopped >/dev/tty; fg; exit $?";
-    const auto process = begin({"sh", "-m", "-c", line});
-    waitAtPassword(*process);
+    // What was typed before the stop still counts.
+    void expectItGoesOn(TerminalProcess& process) {
+        process.waitFor("stopped");
+        process.waitFor(passwordPrompt);
+        EXPECT_FALSE(process.isEchoing());
+        process.type("\x7F\x7F\x7F\x7Fsecret\n");
+        EXPECT_EQ(process.wait(), 0);
+        EXPECT_EQ(folder_.read("f"), "the body of http://origin.invalid/a");
+    }
+};
+
+TEST_F(StoppedPromptTest, ItsKeyLeavesTheTerminalToTheShell) {
+    const auto process = beginAsJob();
     process->type("\x1A");
     process->waitFor(" echo ");
-    process->waitFor("stopped");
-    process->waitFor(passwordPrompt);
-    EXPECT_FALSE(process->isEchoing());
-    // What was typed before still counts.
-    process->type("\x15secret\n");
-    EXPECT_EQ(process->wait(), 0);
-    EXPECT_EQ(folder_.read("f"), "the body of http://origin.invalid/a");
+    expectItGoesOn(*process);
+}
+
+TEST_F(StoppedPromptTest, ItsSignalLeavesTheTerminalToTheShell) {
+    const auto process = beginAsJob();
+    process->sendToForeground(SIGTSTP);
+    process->waitFor(" echo ");
+    expectItGoesOn(*process);
+}
+
+// Nothing can be done before, but the question is put again.
+TEST_F(StoppedPromptTest, AsksAgainAfterAStopThatCannotBeCaught) {
+    const auto process = beginAsJob();
+    process->sendToForeground(SIGSTOP);
+    expectItGoesOn(*process);
 }
 
 }  // namespace

@@ -68,6 +68,8 @@ public:
         EXPECT_EQ(::write(terminal_, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
     }
     void send(int signal) const { ::kill(pid_, signal); }
+    /// To the process group that the terminal is with.
+    void sendToForeground(int signal) const { ::kill(-::tcgetpgrp(terminal_), signal); }
 
     /// The exit status, or minus the number of the signal that ended it. The program must end soon, and
     /// leave the terminal as it was.
