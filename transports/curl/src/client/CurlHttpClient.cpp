@@ -67,6 +67,7 @@ CurlHttpClient::CurlHttpClient(CurlClientOptions options) {
 }
 
 CurlHttpClient::~CurlHttpClient() {
+    engine_->requireOutside();
     if (prompt_ != nullptr) {
         prompt_->close();
     }

@@ -1,6 +1,7 @@
 #include "engine/Worker.h"
 
 #include "engine/Engine.h"
+#include "engine/TransferMark.h"
 
 #include <algorithm>
 #include <utility>
@@ -9,9 +10,6 @@ namespace foundation::httpclient_curl {
 namespace {
 
 constexpr std::chrono::milliseconds longestAbsence(10);
-
-// The engine one of whose transfers the thread is in, or null.
-constinit thread_local const Engine* transferringFor = nullptr;
 
 }  // namespace
 
@@ -26,10 +24,6 @@ void Worker::join() {
     } else {
         thread_.join();
     }
-}
-
-bool Worker::isTransferring(const Engine& engine) {
-    return transferringFor == &engine;
 }
 
 bool Worker::replaceLateThread(Clock::time_point now) {
@@ -50,12 +44,8 @@ void Worker::run() {
     // Kept here: when handlers end the client, the worker may be gone when they return.
     const std::shared_ptr<AwaySince> awaySince = awaySince_;
     for (;;) {
-        const bool isDue = nextTimer_ <= Clock::now();
-        const Engine* const former = std::exchange(transferringFor, &engine_);
-        const bool goesOn = !(hasOrders_.exchange(false) || isDue) || followOrders();
-        const std::vector<Exchange*> ended = goesOn ? driver_.turn() : std::vector<Exchange*>();
-        transferringFor = former;
-        if (!goesOn) {
+        std::vector<Exchange*> ended;
+        if (!takeTurn(ended)) {
             engine_.workerEnds(*this);
             return;
         }
@@ -75,6 +65,17 @@ void Worker::run() {
             driver_.wait(nextTimer_);
         }
     }
+}
+
+// False when the thread has to end.
+bool Worker::takeTurn(std::vector<Exchange*>& ended) {
+    const TransferMark mark(engine_);
+    const bool isDue = nextTimer_ <= Clock::now();
+    if ((hasOrders_.exchange(false) || isDue) && !followOrders()) {
+        return false;
+    }
+    ended = driver_.turn();
+    return true;
 }
 
 // False when the thread has to end.

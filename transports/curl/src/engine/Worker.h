@@ -29,8 +29,6 @@ public:
     /// Under the lock of the engine: where the thread runs handlers for too long, has another one go on.
     /// Whether it was so.
     bool replaceLateThread(Clock::time_point now);
-    /// Whether the calling thread is inside a transfer of this engine.
-    static bool isTransferring(const Engine& engine);
 
     /// The thread is to ask for its orders. To be followed by wake().
     void call() noexcept { hasOrders_ = true; }
@@ -48,6 +46,7 @@ private:
     using AwaySince = std::atomic<Clock::rep>;
 
     void run();
+    bool takeTurn(std::vector<Exchange*>& ended);
     bool followOrders();
     std::vector<AttemptPointer> takeOut(const std::vector<Exchange*>& ended);
 

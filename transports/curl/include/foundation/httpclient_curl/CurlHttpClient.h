@@ -85,8 +85,16 @@ struct TransferSettings;
 /// has run and every synchronous request has returned; name look-ups that hang do not hold it up. A retry
 /// strategy that says yes all the same is asked a few times more, each attempt failing at once; after
 /// eight the request ends with HttpRequestFailedException "The client is being destroyed" (a synchronous
-/// one) or "Request abandoned before completion" (an asynchronous one). The destructor may be called from a handler, whose own call is then the only one still running, but not
-/// from a stream, factory or callback of a transfer: that ends the program.
+/// one) or "Request abandoned before completion" (an asynchronous one).
+///
+/// The destructor may be called from a handler, whose own call is then the only one still running. It must
+/// not be called from any other code that a request of this client calls: streams of either body, stream
+/// factories, progress and pre-response callbacks, the attempt observer, strategies and the prompt, on
+/// either road. The request would go on with a client that is gone, or be waited for by its own thread.
+/// This ends the program: a record of the core's log channel and std::terminate(), with a
+/// std::logic_error as the current exception, say "A client was destroyed inside one of its own requests,
+/// by a stream, callback, strategy or prompt." Call cancelAllRequests() there instead, or let another
+/// thread destroy the client and do not wait for it.
 ///
 /// @par Thread safety
 /// thread-safe, but for the destructor.
