@@ -1,5 +1,7 @@
 #include "engine/Engine.h"
 
+#include "engine/TransferMark.h"
+
 #include <foundation/httpclient_core/HttpRequestCancelledException.h>
 #include <foundation/httpclient_core/LoggingChannels.h>
 #include <foundation/httpclient_core/detail/BackoffHook.h>
@@ -8,6 +10,7 @@
 #include <future>
 #include <numeric>
 #include <ostream>
+#include <stdexcept>
 #include <system_error>
 #include <utility>
 
@@ -135,6 +138,7 @@ void Engine::send(core::HttpRequest& request,
     const std::shared_ptr<RequestRecord> record =
         scope != nullptr ? scope->record() : std::make_shared<RequestRecord>();
     const bool isAttempt = scope != nullptr && scope->owns(request, response);
+    const TransferMark mark(*this);
     SyncLease lease(*this, record);
     Exchange exchange(request, response, std::move(settings), *record,
                       isAttempt && record->history.isAttended ? &record->history : nullptr,
@@ -465,15 +469,25 @@ void Engine::closeIdleConnections() {
     wakeAll(wakeups);
 }
 
+void Engine::requireOutside() const noexcept {
+    if (!TransferMark::isSet(*this) && !RequestScope::isServing(*this)) {
+        return;
+    }
+    static constexpr const char* text =
+        "A client was destroyed inside one of its own requests, by a stream, callback, strategy or "
+        "prompt.";
+    core::coreChannel().log(core::SEVERITY_ERROR, [](std::ostream& os) { os << text; });
+    // In flight, so that whatever tells of the end of the program can say why.
+    try {
+        throw std::logic_error(text);
+    } catch (const std::logic_error&) {
+        std::terminate();
+    }
+}
+
 void Engine::shutdown() {
     {
         const std::lock_guard lock(mutex_);
-        if (Worker::isTransferring(*this)) {
-            core::coreChannel().log(core::SEVERITY_ERROR, [](std::ostream& os) {
-                os << "A client was destroyed by a callback of one of its own transfers.";
-            });
-            std::terminate();
-        }
         stopping_ = true;
     }
     cancelAll();

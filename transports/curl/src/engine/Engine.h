@@ -54,6 +54,9 @@ public:
     bool cancel(unsigned long id);
     void cancelAll();
     void closeIdleConnections();
+    /// Ends the program where the calling thread is inside a request of this engine, which would go on
+    /// with what is destroyed, or be waited for without end.
+    void requireOutside() const noexcept;
     /// Ends everything: every handler has run when it returns, but for one that it is called from.
     void shutdown();
 

@@ -1,6 +1,7 @@
 #include "engine/Worker.h"
 
 #include "engine/Engine.h"
+#include "engine/TransferMark.h"
 
 #include <algorithm>
 #include <utility>
@@ -12,9 +13,6 @@ constexpr auto never = Exchange::Clock::time_point::max();
 // Longer than most handlers take, shorter than anybody notices.
 constexpr std::chrono::milliseconds longestPatience(10);
 
-// The engine one of whose transfers the thread is in, or null.
-constinit thread_local const Engine* transferringFor = nullptr;
-
 }  // namespace
 
 Worker::Worker(Engine& engine, long maxConnections)
@@ -22,12 +20,8 @@ Worker::Worker(Engine& engine, long maxConnections)
 
 Worker::~Worker() = default;
 
-bool Worker::isTransferring(const Engine& engine) {
-    return transferringFor == &engine;
-}
-
 void Worker::run() {
-    transferringFor = &engine_;
+    const TransferMark mark(engine_);
     for (;;) {
         const Clock::time_point now = Clock::now();
         if (hurryAt_ <= now) {

@@ -26,8 +26,6 @@ public:
 
     /// Waits for the thread, whose orders are to end.
     void join() { thread_.join(); }
-    /// Whether the calling thread is inside a transfer of this engine.
-    static bool isTransferring(const Engine& engine);
 
     /// The thread is to ask for its orders. To be followed by wake().
     void call() noexcept { hasOrders_ = true; }

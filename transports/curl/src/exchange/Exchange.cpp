@@ -356,6 +356,9 @@ void Exchange::onBlock() {
     const bool toConnect = info<long>(handle(), CURLINFO_RESPONSE_CODE) == 0;
     if (hop_->pass != nullptr) {
         hop_->pass->onAnswer(block, toConnect);
+        if (hop_->pass->hasPassed() && hop_->pass->generation() > 0) {
+            shared_.credentials.judge(hop_->pass->info(), hop_->pass->generation(), true);
+        }
         if (hop_->pass->isRefused() && (upload_.has_value() || sendsForm_)) {
             // squid never reads the body that it refused, but keeps the connection open: a request that
             // came after it would wait for ever.
@@ -436,6 +439,7 @@ void Exchange::commit(HeaderBlock& block) {
 
 void Exchange::deliver(HeaderBlock& block, AnswerTerms terms, ResumeGuard::Verdict verdict) {
     if (hop_->pass != nullptr && hop_->pass->isRefused()) {
+        shared_.credentials.judge(hop_->pass->info(), hop_->pass->generation(), false);
         block.addField(proxyInfoHeader, hop_->pass->info());
         block.addField(proxyGenerationHeader, std::to_string(hop_->pass->generation()));
     }

@@ -46,7 +46,7 @@ public:
     /// What the exchanges of one client share. Everything must outlive the exchange.
     struct Shared {
         const ProxyResolver& proxies;
-        const CredentialStore& credentials;
+        CredentialStore& credentials;
         ProxyKnowledge& proxyKnowledge;
         const TransferShares& shares;
         ConnectionSockets& sockets;
