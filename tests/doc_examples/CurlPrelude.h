@@ -5,6 +5,7 @@
 #include "tests/doc_examples/Prelude.h"
 #include "tests/support/LoopbackServer.h"
 
+#include <foundation/httpclient_curl/CancellableCredentialPrompt.h>
 #include <foundation/httpclient_curl/CurlHttpClient.h>
 #include <foundation/httpclient_curl/ResumingRetryStrategy.h>
 #include <foundation/httpclient_curl/TerminalCredentialPrompt.h>

@@ -67,6 +67,10 @@ CurlHttpClient::CurlHttpClient(CurlClientOptions options) {
 }
 
 CurlHttpClient::~CurlHttpClient() {
+    engine_->requireOutside();
+    if (prompt_ != nullptr) {
+        prompt_->close();
+    }
     engine_->shutdown();
 }
 
@@ -142,11 +146,21 @@ unsigned long CurlHttpClient::makeAsyncRequest(core::HttpRequest request,
 }
 
 bool CurlHttpClient::cancelRequest(unsigned long requestId) {
-    return engine_->cancel(requestId);
+    // Held here: a handler of the request may destroy the client.
+    const std::shared_ptr<SharedPrompt> prompt = prompt_;
+    const bool wasInFlight = engine_->cancel(requestId);
+    if (prompt != nullptr) {
+        prompt->cancellationsChanged();
+    }
+    return wasInFlight;
 }
 
 void CurlHttpClient::cancelAllRequests() {
+    const std::shared_ptr<SharedPrompt> prompt = prompt_;
     engine_->cancelAll();
+    if (prompt != nullptr) {
+        prompt->cancellationsChanged();
+    }
 }
 
 void CurlHttpClient::configurationChanged(const core::ClientConfiguration& newConfiguration) {

@@ -2,9 +2,40 @@
 
 #include "resume/ResumeMark.h"
 
+#include <foundation/httpclient_core/HttpRequestCancelledException.h>
+
 #include <utility>
 
 namespace foundation::httpclient_curl {
+namespace {
+
+bool isCancellation(const std::exception_ptr& error) {
+    try {
+        if (error != nullptr) {
+            std::rethrow_exception(error);
+        }
+    } catch (const core::HttpRequestCancelledException&) {
+        return true;
+    } catch (...) {  // NOLINT(bugprone-empty-catch): every other error is none
+    }
+    return false;
+}
+
+// A request that is cancelled while the user is asked still holds the proxy's refusal.
+void settleCancelled(core::HttpResponse& response, const std::exception_ptr& error) {
+    if (response.getResponseCode() != core::HttpResponseCode::ProxyAuthenticationRequired ||
+        !isCancellation(error)) {
+        return;
+    }
+    try {
+        response.setResponseCodeAndReason(core::HttpResponseCode::RequestNotMade,
+                                          "Request Not Made");
+        response.setHeaders({});
+    } catch (...) {  // NOLINT(bugprone-empty-catch): the caller's callback; `error` says more
+    }
+}
+
+}  // namespace
 
 Delivery::Delivery(std::shared_ptr<Engine> engine, const core::HttpRequest& request)
     : engine_(std::move(engine)), method_(request.getHttpMethod()), url_(request.getURL()) {}
@@ -58,6 +89,7 @@ void GuardedHandler::operator()(core::HttpRequest request,
                                 core::HttpResponse response,
                                 std::exception_ptr error) {
     const std::shared_ptr<core::CompletionHandler> handler = std::move(handler_);
+    settleCancelled(response, error);
     if (RequestHistory* history = RequestScope::history()) {
         // No strategy is asked any more, and the error is the caller's alone.
         history->lastingFailure = nullptr;
@@ -71,7 +103,7 @@ void GuardedHandler::operator()(core::HttpRequest request,
     }
     delivery_->engine().deliveryBegins();
     // Of use between attempts only.
-    ResumeMark::takeFrom(request);
+    ResumeMark::dropFrom(request);
     (*handler)(std::move(request), std::move(response), std::move(error));
 }
 

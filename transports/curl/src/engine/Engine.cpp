@@ -1,5 +1,7 @@
 #include "engine/Engine.h"
 
+#include "engine/TransferMark.h"
+
 #include <foundation/httpclient_core/HttpRequestCancelledException.h>
 #include <foundation/httpclient_core/LoggingChannels.h>
 #include <foundation/httpclient_core/detail/BackoffHook.h>
@@ -8,6 +10,7 @@
 #include <future>
 #include <numeric>
 #include <ostream>
+#include <stdexcept>
 #include <system_error>
 #include <utility>
 
@@ -104,9 +107,7 @@ private:
     std::vector<std::shared_ptr<Worker>> workers_;
 };
 
-Engine::Engine(CurlClientOptions options) : options_(std::move(options)) {
-    executor_->onStall([this] { return replaceLateThreads(); });
-}
+Engine::Engine(CurlClientOptions options) : options_(std::move(options)) {}
 Engine::~Engine() = default;
 
 Exchange::Shared Engine::shared() {
@@ -137,6 +138,7 @@ void Engine::send(core::HttpRequest& request,
     const std::shared_ptr<RequestRecord> record =
         scope != nullptr ? scope->record() : std::make_shared<RequestRecord>();
     const bool isAttempt = scope != nullptr && scope->owns(request, response);
+    const TransferMark mark(*this);
     SyncLease lease(*this, record);
     Exchange exchange(request, response, std::move(settings), *record,
                       isAttempt && record->history.isAttended ? &record->history : nullptr,
@@ -326,8 +328,7 @@ Engine::WorkerOrders Engine::ordersFor(Worker& worker) {
     return orders;
 }
 
-std::vector<Executor::Task> Engine::attemptsEnded(Worker& worker,
-                                                  std::vector<AttemptPointer> attempts) {
+std::uint64_t Engine::attemptsEnded(Worker& worker, std::vector<AttemptPointer> attempts) {
     {
         Wakeups wakeups;
         const std::lock_guard lock(mutex_);
@@ -343,26 +344,7 @@ std::vector<Executor::Task> Engine::attemptsEnded(Worker& worker,
         std::exception_ptr error = attempt->exchange.takeError();
         tasks.push_back(completion(std::move(attempt), std::move(error)));
     }
-    return tasks;
-}
-
-void Engine::workerEnds(Worker& worker) {
-    const std::lock_guard lock(mutex_);
-    worker.hasEnded = true;
-    changed_.notify_all();
-}
-
-bool Engine::replaceLateThreads() {
-    const Clock::time_point now = Clock::now();
-    const std::lock_guard lock(mutex_);
-    bool any = false;
-    for (const auto& worker : workers_) {
-        try {
-            any = worker->replaceLateThread(now) || any;
-        } catch (const std::system_error&) {  // NOLINT(bugprone-empty-catch): tried again soon
-        }
-    }
-    return any;
+    return executor_->offer(std::move(tasks));
 }
 
 Executor::Task Engine::completion(AttemptPointer attempt, std::exception_ptr error) {
@@ -487,25 +469,28 @@ void Engine::closeIdleConnections() {
     wakeAll(wakeups);
 }
 
+void Engine::requireOutside() const noexcept {
+    if (!TransferMark::isSet(*this) && !RequestScope::isServing(*this)) {
+        return;
+    }
+    static constexpr const char* text =
+        "A client was destroyed inside one of its own requests, by a stream, callback, strategy or "
+        "prompt.";
+    core::coreChannel().log(core::SEVERITY_ERROR, [](std::ostream& os) { os << text; });
+    // In flight, so that whatever tells of the end of the program can say why.
+    try {
+        throw std::logic_error(text);
+    } catch (const std::logic_error&) {
+        std::terminate();
+    }
+}
+
 void Engine::shutdown() {
     {
         const std::lock_guard lock(mutex_);
-        if (Worker::isTransferring(*this)) {
-            core::coreChannel().log(core::SEVERITY_ERROR, [](std::ostream& os) {
-                os << "A client was destroyed by a callback of one of its own transfers.";
-            });
-            std::terminate();
-        }
         stopping_ = true;
     }
     cancelAll();
-    {
-        std::unique_lock lock(mutex_);
-        changed_.wait(lock, [this] {
-            return std::all_of(workers_.begin(), workers_.end(),
-                               [](const auto& worker) { return worker->hasEnded; });
-        });
-    }
     // No worker is added any more, so the list may be walked without the lock.
     for (const auto& worker : workers_) {
         worker->join();

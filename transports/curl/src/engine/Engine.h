@@ -54,6 +54,9 @@ public:
     bool cancel(unsigned long id);
     void cancelAll();
     void closeIdleConnections();
+    /// Ends the program where the calling thread is inside a request of this engine, which would go on
+    /// with what is destroyed, or be waited for without end.
+    void requireOutside() const noexcept;
     /// Ends everything: every handler has run when it returns, but for one that it is called from.
     void shutdown();
 
@@ -73,10 +76,10 @@ public:
         bool end = false;
     };
     WorkerOrders ordersFor(Worker& worker);
-    /// The worker has places again. Returns what is to run on a thread where handlers run.
-    std::vector<Executor::Task> attemptsEnded(Worker& worker, std::vector<AttemptPointer> attempts);
-    void workerEnds(Worker& worker);
-    const std::shared_ptr<Executor>& executor() const noexcept { return executor_; }
+    /// The worker has places again, and the handlers of these attempts can run. The worker has to call
+    /// hurryHandlers() with the answer a moment later.
+    std::uint64_t attemptsEnded(Worker& worker, std::vector<AttemptPointer> attempts);
+    void hurryHandlers(std::uint64_t offered) { executor_->hurry(offered); }
 
 private:
     using Records = std::unordered_map<unsigned long, std::shared_ptr<RequestRecord>>;
@@ -96,7 +99,6 @@ private:
     void dispatch(Wakeups& wakeups);
     Worker* freeWorker();
     void releaseDue(Clock::time_point now, Wakeups& wakeups);
-    bool replaceLateThreads();
     void callWorkers(Wakeups& wakeups);
     void wakeAll(Wakeups& wakeups);
     Executor::Task completion(AttemptPointer attempt, std::exception_ptr error);

@@ -30,6 +30,16 @@ RequestHistory* RequestScope::history() {
     return history.isAttended && !history.isDelivered ? &history : nullptr;
 }
 
+bool RequestScope::isServing(const Engine& engine) {
+    for (const RequestScope* scope = innermost; scope != nullptr; scope = scope->former_) {
+        const RequestHistory& history = scope->record_->history;
+        if (&scope->engine_ == &engine && history.isAttended && !history.isDelivered) {
+            return true;
+        }
+    }
+    return false;
+}
+
 bool RequestScope::owns(const httpclient_core::HttpRequest& request,
                         const httpclient_core::HttpResponse& response) {
     // Sent again after a proxy refused it, with the response of that refusal.

@@ -42,6 +42,10 @@ public:
     /// there is none or its caller has the response already.
     static RequestHistory* history();
 
+    /// Whether the calling thread works for a request of this engine whose caller does not have the
+    /// response yet.
+    static bool isServing(const Engine& engine);
+
     /// Whether this synchronous attempt is one of the request itself, and not of code that runs between
     /// its attempts.
     bool owns(const httpclient_core::HttpRequest& request,

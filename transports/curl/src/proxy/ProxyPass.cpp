@@ -133,6 +133,7 @@ void ProxyPass::onRefusal(const HeaderBlock& block, bool toConnect) {
 }
 
 void ProxyPass::onPassed(bool nonceWasSent) {
+    passed_ = true;
     if (!nonce_.has_value()) {
         return;
     }

@@ -34,6 +34,8 @@ public:
     bool libcurlAnswers() const noexcept { return libcurlAnswers_; }
     /// The last answer was the proxy's own refusal.
     bool isRefused() const noexcept { return refused_; }
+    /// The proxy has let the hop pass, with what it was shown.
+    bool hasPassed() const noexcept { return passed_; }
     /// The hop is to be made once more, because the refusal told how to do better.
     bool repeats() const noexcept { return mayRepeat_ && repeats_; }
     const std::string& info() const noexcept { return proxy_.info; }
@@ -57,6 +59,7 @@ private:
     bool libcurlAnswers_ = false;
     bool tunnels_ = false;
     bool refused_ = false;
+    bool passed_ = false;
     bool repeats_ = false;
 };
 

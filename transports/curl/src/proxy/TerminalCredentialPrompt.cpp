@@ -1,108 +1,41 @@
 #include <foundation/httpclient_curl/TerminalCredentialPrompt.h>
 
+#include "proxy/CaughtSignals.h"
 #include "proxy/Secret.h"
+#include "proxy/Terminal.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <chrono>
 #include <csignal>
-#include <fcntl.h>
+#include <cstddef>
 #include <mutex>
-#include <poll.h>
 #include <string>
 #include <string_view>
-#include <termios.h>
-#include <unistd.h>
+#include <thread>
+#include <utility>
 
 namespace foundation::httpclient_curl {
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// The controlling terminal with its keys under our control, for as long as the object lives. Keys come
-/// one by one and the signal keys as bytes: else Ctrl-C could end the process before the settings are
-/// restored.
-class Terminal {
-public:
-    Terminal() : file_(::open("/dev/tty", O_RDWR | O_CLOEXEC | O_NOCTTY)) {
-        // In the background the first change of the settings would stop the process.
-        if (file_ < 0 || ::tcgetpgrp(file_) != ::getpgrp() || ::tcgetattr(file_, &former_) != 0) {
-            return;
-        }
-        termios ours = former_;
-        ours.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO | ISIG);
-        ours.c_cc[VMIN] = 1;
-        ours.c_cc[VTIME] = 0;
-        isOurs_ = ::tcsetattr(file_, TCSAFLUSH, &ours) == 0;
-    }
-    Terminal(const Terminal&) = delete;
-    Terminal& operator=(const Terminal&) = delete;
-    ~Terminal() {
-        if (isOurs_) {
-            ::tcsetattr(file_, TCSADRAIN, &former_);
-        }
-        if (file_ >= 0) {
-            ::close(file_);
-        }
-    }
+// How soon a signal or a cancellation is noticed.
+constexpr std::chrono::milliseconds interval(20);
 
-    bool isUsable() const noexcept { return isOurs_; }
-
-    void print(std::string_view text) const {
-        while (!text.empty()) {
-            const ssize_t written = ::write(file_, text.data(), text.size());
-            if (written < 0 && errno != EINTR) {
-                return;
-            }
-            text.remove_prefix(written > 0 ? static_cast<std::size_t>(written) : 0);
-        }
-    }
-
-    /// The next byte; nothing at the end of the time or when the terminal is gone.
-    std::optional<char> readKey(Clock::time_point end) const {
-        for (;;) {
-            const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now());
-            constexpr std::chrono::milliseconds longest(60000);
-            pollfd watched{file_, POLLIN, 0};
-            const int ready = ::poll(
-                &watched, 1,
-                static_cast<int>(std::clamp(left, std::chrono::milliseconds(0), longest).count()));
-            if (ready == 0 && left <= std::chrono::milliseconds(0)) {
-                return std::nullopt;
-            }
-            if (ready > 0) {
-                char key = 0;
-                // Whoever asks meanwhile has to wait for this user's answer.
-                // NOLINTNEXTLINE(clang-analyzer-unix.BlockInCriticalSection): poll found a byte
-                const ssize_t got = ::read(file_, &key, 1);
-                if (got == 1) {
-                    return key;
-                }
-                if (got == 0 || errno != EINTR) {
-                    return std::nullopt;
-                }
-            } else if (ready < 0 && errno != EINTR) {
-                return std::nullopt;
-            }
-        }
-    }
-
-    /// Whether the key is the one that the terminal's settings name for this purpose.
-    bool isKey(char key, int purpose) const {
-        const cc_t own = former_.c_cc[purpose];
-        return own != _POSIX_VDISABLE && static_cast<cc_t>(key) == own;
-    }
-
-private:
-    int file_;
-    termios former_{};
-    bool isOurs_ = false;
+/// One question, at most: what it may use and how long it may take. The signals are let go last, when the
+/// terminal is as it was.
+struct Session {
+    Clock::time_point end;
+    std::stop_token cancelled;
+    CaughtSignals signals;
+    Terminal terminal;
 };
 
 /// One line of the user's, as it grows.
 class Line {
 public:
-    Line(const Terminal& terminal, bool isShown) : terminal_(terminal), isShown_(isShown) {
+    Line(Session& session, std::string_view label, bool isShown)
+        : session_(session), terminal_(session.terminal), label_(label), isShown_(isShown) {
         // No copy is left behind when the text grows.
         text_.reserve(longest);
     }
@@ -110,43 +43,103 @@ public:
     Line& operator=(const Line&) = delete;
     ~Line() { wipe(text_); }
 
-    enum class End { Entered, Declined, Interrupted };
+    enum class End { Entered, Declined, Interrupted, Quit };
 
-    End read(Clock::time_point end) {
-        for (;;) {
-            const std::optional<char> key = terminal_.readKey(end);
-            if (!key.has_value()) {
-                return End::Declined;
-            }
-            if (*key == '\n' || *key == '\r') {
-                return End::Entered;
-            }
-            if (terminal_.isKey(*key, VINTR)) {
-                return End::Interrupted;
-            }
-            if (terminal_.isKey(*key, VEOF)) {
-                if (text_.empty()) {
-                    return End::Declined;
-                }
-            } else if (terminal_.isKey(*key, VERASE) || *key == '\b' || *key == '\x7F') {
-                eraseCharacter();
-            } else if (terminal_.isKey(*key, VKILL)) {
-                while (!text_.empty()) {
-                    eraseCharacter();
-                }
-            } else if (static_cast<unsigned char>(*key) >= 0x20 && text_.size() < longest) {
-                text_ += *key;
-                if (isShown_) {
-                    terminal_.print({&*key, 1});
-                }
-            }
-        }
+    End read() {
+        show();
+        const End end = readOn();
+        terminal_.print("\n");
+        return end;
     }
 
     const std::string& text() const noexcept { return text_; }
 
 private:
     static constexpr std::size_t longest = 1024;
+
+    void show() const {
+        terminal_.print(label_);
+        if (isShown_) {
+            terminal_.print(text_);
+        }
+    }
+
+    End readOn() {
+        while (!session_.cancelled.stop_requested() && Clock::now() < session_.end) {
+            if (!heedSignals()) {
+                return End::Declined;
+            }
+            char key = 0;
+            switch (terminal_.readKey(static_cast<int>(interval.count()), key)) {
+                case Terminal::Input::None:
+                    continue;
+                case Terminal::Input::End:
+                    return End::Declined;
+                case Terminal::Input::Key:
+                    break;
+            }
+            if (key == '\n' || key == '\r') {
+                return End::Entered;
+            }
+            if (terminal_.isKey(key, VINTR)) {
+                return End::Interrupted;
+            }
+            if (terminal_.isKey(key, VQUIT)) {
+                return End::Quit;
+            }
+            if (terminal_.isKey(key, VEOF) && text_.empty()) {
+                return End::Declined;
+            }
+            if (terminal_.isKey(key, VSUSP)) {
+                if (!pause([this] { session_.signals.stopGroup(); })) {
+                    return End::Declined;
+                }
+            } else {
+                edit(key);
+            }
+        }
+        return End::Declined;
+    }
+
+    // False when the terminal cannot be used any more.
+    bool heedSignals() {
+        const int signal = session_.signals.take();
+        if (signal == 0) {
+            return true;
+        }
+        return pause([this, signal] {
+            // After a stop that cannot be caught there is nothing to do before the user is asked again.
+            if (signal != SIGCONT) {
+                session_.signals.let(signal);
+            }
+        });
+    }
+
+    // Leaves the terminal as it was for the time of the action, which may end the process.
+    template <class Action>
+    bool pause(Action&& action) {
+        terminal_.print("\n");
+        terminal_.release();
+        std::forward<Action>(action)();
+        terminal_.take();
+        show();
+        return terminal_.isTaken();
+    }
+
+    void edit(char key) {
+        if (terminal_.isKey(key, VERASE) || key == '\b' || key == '\x7F') {
+            eraseCharacter();
+        } else if (terminal_.isKey(key, VKILL)) {
+            while (!text_.empty()) {
+                eraseCharacter();
+            }
+        } else if (static_cast<unsigned char>(key) >= 0x20 && text_.size() < longest) {
+            text_ += key;
+            if (isShown_) {
+                terminal_.print({&key, 1});
+            }
+        }
+    }
 
     void eraseCharacter() {
         if (text_.empty()) {
@@ -162,58 +155,81 @@ private:
         }
     }
 
-    const Terminal& terminal_;
+    Session& session_;
+    Terminal& terminal_;
+    std::string_view label_;
     bool isShown_;
     std::string text_;
 };
 
 struct Outcome {
     std::optional<httpclient_core::ProxyCredentials> answer;
-    bool isInterrupted = false;
+    int signal = 0;  ///< Of the key that ended it; 0 for none.
 };
 
-Outcome ask(bool previousAttemptFailed, int remainingAttempts, Clock::time_point end) {
-    const Terminal terminal;
-    if (!terminal.isUsable()) {
+Outcome askAtTerminal(bool previousAttemptFailed,
+                      int remainingAttempts,
+                      Clock::time_point end,
+                      std::stop_token cancelled) {
+    Session session{end, std::move(cancelled), {}, {}};
+    if (!session.terminal.isTaken()) {
         return {};
     }
     if (previousAttemptFailed) {
-        terminal.print(
+        session.terminal.print(
             "The proxy refused that. Attempts left: " + std::to_string(remainingAttempts) + "\n");
     }
-    Line name(terminal, true);
-    Line password(terminal, false);
-    terminal.print("User name for the proxy: ");
-    Line::End ended = name.read(end);
-    terminal.print("\n");
+    Line name(session, "User name for the proxy: ", true);
+    Line password(session, "Password for the proxy: ", false);
+    Line::End ended = name.read();
     if (ended == Line::End::Entered) {
-        terminal.print("Password for the proxy: ");
-        ended = password.read(end);
-        terminal.print("\n");
+        ended = password.read();
     }
-    if (ended != Line::End::Entered) {
-        return {std::nullopt, ended == Line::End::Interrupted};
+    switch (ended) {
+        case Line::End::Entered:
+            return {httpclient_core::ProxyCredentials(name.text(), password.text()), 0};
+        case Line::End::Interrupted:
+            return {std::nullopt, SIGINT};
+        case Line::End::Quit:
+            return {std::nullopt, SIGQUIT};
+        case Line::End::Declined:
+            break;
     }
-    return {httpclient_core::ProxyCredentials(name.text(), password.text()), false};
+    return {};
 }
 
 }  // namespace
 
 TerminalCredentialPrompt::~TerminalCredentialPrompt() = default;
 
-std::optional<httpclient_core::ProxyCredentials> TerminalCredentialPrompt::promptForCredentials(
+std::optional<httpclient_core::ProxyCredentials> TerminalCredentialPrompt::ask(
     bool previousAttemptFailed,
     int remainingAttempts,
-    std::int64_t timeoutMs) {
+    std::int64_t timeoutMs,
+    std::stop_token cancelled) {
     // There is one terminal, however many prompts there are.
     static std::mutex oneAtATime;
-    const std::lock_guard lock(oneAtATime);
+    std::unique_lock lock(oneAtATime, std::try_to_lock);
+    while (!lock.owns_lock()) {
+        if (cancelled.stop_requested()) {
+            return std::nullopt;
+        }
+        std::this_thread::sleep_for(interval);
+        static_cast<void>(lock.try_lock());
+    }
     constexpr std::int64_t longest = std::int64_t{365} * 24 * 3600 * 1000;
     const std::chrono::milliseconds time(timeoutMs > 0 ? std::min(timeoutMs, longest) : longest);
-    Outcome outcome = ask(previousAttemptFailed, remainingAttempts, Clock::now() + time);
-    if (outcome.isInterrupted) {
-        // What the key would have done by itself. For the process, so that a thread may wait for it.
-        ::kill(::getpid(), SIGINT);
+    Outcome outcome =
+        askAtTerminal(previousAttemptFailed, remainingAttempts, Clock::now() + time, cancelled);
+    if (outcome.signal != 0) {
+        // What the key would have done by itself. To processes, so that a thread may wait for it.
+        ::kill(0, outcome.signal);
+        // Most programs want to end then: a request that ended first would look like the reason.
+        constexpr std::chrono::seconds patience(1);
+        const Clock::time_point end = Clock::now() + patience;
+        while (cancelled.stop_possible() && !cancelled.stop_requested() && Clock::now() < end) {
+            std::this_thread::sleep_for(interval);
+        }
     }
     return std::move(outcome.answer);
 }

@@ -307,6 +307,109 @@ TEST_P(ProxyTest, SixtyFourParallelRefusalsAskOnce) {
     EXPECT_EQ(prompt->asked, 1);
 }
 
+// Wrong as often as told, then right; open until 64 requests have been refused and wait for it.
+class ForgetfulPrompt final : public ProxyCredentialPrompt {
+public:
+    ForgetfulPrompt(int wrong, const LoopbackServer& proxy) : wrong_(wrong), proxy_(proxy) {}
+
+    std::optional<ProxyCredentials> promptForCredentials(bool, int, std::int64_t) override {
+        // Refused twice: for themselves and for the core.
+        while (proxy_.requestCount() < 128) {
+            std::this_thread::yield();
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));
+        return ProxyCredentials("user", ++asked > wrong_ ? "right" : "wrong");
+    }
+    std::atomic<int> asked{0};
+
+private:
+    int wrong_;
+    const LoopbackServer& proxy_;
+};
+
+class ParallelRefusalsTest : public ProxyTest {
+protected:
+    // The outcomes of 64 requests at once.
+    std::vector<Outcome> runAll(const std::shared_ptr<ForgetfulPrompt>& prompt) {
+        TestClient client(prompt);
+        client->setClientConfiguration(
+            through(proxy_).withMaxThreads(4).withMaxRequestsPerThread(16));
+        std::vector<std::future<Outcome>> outcomes;
+        outcomes.reserve(64);
+        for (int i = 0; i < 64; ++i) {
+            outcomes.push_back(std::async(std::launch::async, [&] {
+                return client.get("http://somewhere.invalid/", GetParam());
+            }));
+        }
+        std::vector<Outcome> results;
+        results.reserve(64);
+        for (auto& outcome : outcomes) {
+            results.push_back(outcome.get());
+        }
+        return results;
+    }
+    int wrongLogins() const {
+        int count = 0;
+        for (const ReceivedRequest& request : proxy_.requests()) {
+            // "user:wrong" in Base64.
+            count += request.header("Proxy-Authorization") == "Basic dXNlcjp3cm9uZw==" ? 1 : 0;
+        }
+        return count;
+    }
+
+    LoopbackServer proxy_{answerAsProxy};
+};
+INSTANTIATE_TEST_SUITE_P(Roads,
+                         ParallelRefusalsTest,
+                         ::testing::Values(Road::Synchronous, Road::Asynchronous),
+                         roadName);
+
+TEST_P(ParallelRefusalsTest, AWrongPasswordIsTriedOnce) {
+    const auto prompt = std::make_shared<ForgetfulPrompt>(1, proxy_);
+    for (const Outcome& outcome : runAll(prompt)) {
+        EXPECT_EQ(outcome.body(), "through") << outcome.message();
+    }
+    EXPECT_EQ(prompt->asked, 2);
+    EXPECT_EQ(wrongLogins(), 1);
+}
+
+TEST_P(ParallelRefusalsTest, TheUserIsAskedAsOftenAsForOneRequest) {
+    const auto prompt = std::make_shared<ForgetfulPrompt>(1000, proxy_);
+    for (const Outcome& outcome : runAll(prompt)) {
+        EXPECT_EQ(outcome.code(), HttpResponseCode::ProxyAuthenticationRequired);
+        EXPECT_EQ(outcome.body(), "login");
+    }
+    EXPECT_EQ(prompt->asked, 3);
+    EXPECT_EQ(wrongLogins(), 3);
+}
+
+// The answer to the request that asked comes when another one has come with the same credentials.
+TEST(ProxyTrialTest, ASlowServerHoldsUpTheOthersForAWhileOnly) {
+    std::promise<void> release;
+    const std::shared_future<void> released = release.get_future().share();
+    std::atomic<int> logins{0};
+    LoopbackServer proxy([&](const ReceivedRequest& request, Connection& connection) {
+        if (request.header("Proxy-Authorization") == rightLogin) {
+            if (++logins == 1) {
+                released.wait();
+            } else {
+                release.set_value();
+            }
+        }
+        answerAsProxy(request, connection);
+    });
+    const auto prompt = std::make_shared<SlowPrompt>();
+    TestClient client(prompt);
+    ClientConfiguration configuration = plainConfiguration();
+    Access::setProxyUrl(configuration, "http://127.0.0.1:" + std::to_string(proxy.port()));
+    client->setClientConfiguration(configuration);
+    auto first = client->makeAsyncRequest(HttpRequest(HttpMethod::GET, "http://a.invalid/", {}));
+    auto second = client->makeAsyncRequest(HttpRequest(HttpMethod::GET, "http://b.invalid/", {}));
+    EXPECT_EQ(first.first.get().getResponseBodyString(), "through");
+    EXPECT_EQ(second.first.get().getResponseBodyString(), "through");
+    EXPECT_EQ(prompt->asked, 1);
+}
+
 // libcurl answers this proxy, since the challenge has no "qop": with a request without a body first. The
 // one that follows goes out on another connection that was used before, and that one dies.
 TEST(ProxyReplayTest, APostThatFollowsARefusalIsNotSentTwice) {

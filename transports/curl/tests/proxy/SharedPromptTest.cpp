@@ -6,10 +6,14 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <functional>
 #include <future>
 #include <memory>
+#include <optional>
 #include <stdexcept>
+#include <stop_token>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -131,6 +135,171 @@ TEST(SharedPromptTest, AnExceptionOfThePromptLeavesItUsable) {
     });
     EXPECT_THROW(desk.ask(0), std::runtime_error);
     EXPECT_TRUE(desk.ask(0).has_value());
+}
+
+// Two requests: one that asks and tries, and one that waits for it.
+struct TrialDesk : Desk {
+    using Desk::Desk;
+
+    Answer ask(std::uint64_t refused, SharedPrompt::Trial& trial, int remaining = 3) {
+        return shared.ask(proxy, refused, false, remaining, 1000, cancelled, &trial);
+    }
+    // Asks on a thread of its own, as a request that was refused without credentials.
+    std::future<Answer> askElsewhere() {
+        return std::async(std::launch::async, [this] {
+            SharedPrompt::Trial trial;
+            const Answer answer = ask(0, trial);
+            shared.endTrial(trial);
+            return answer;
+        });
+    }
+    // Long enough for its thread to get there.
+    static bool isWaiting(const std::future<Answer>& answer) {
+        return answer.wait_for(std::chrono::seconds(1)) == std::future_status::timeout;
+    }
+};
+
+Answer numbered(int asked) {
+    return ProxyCredentials("ann", std::to_string(asked));
+}
+
+TEST(SharedPromptTest, AnAnswerIsTriedBeforeTheOthersGetIt) {
+    TrialDesk desk(numbered);
+    SharedPrompt::Trial trial;
+    EXPECT_EQ(desk.ask(0, trial)->password(), "1");
+    auto other = desk.askElsewhere();
+    EXPECT_TRUE(TrialDesk::isWaiting(other));
+    desk.store->judge(proxy, trial.generation, true);
+    EXPECT_EQ(other.get()->password(), "1");
+    EXPECT_EQ(desk.prompt->asked, 1);
+    desk.shared.endTrial(trial);
+}
+
+TEST(SharedPromptTest, TheOthersWaitUntilAnAnswerIsRight) {
+    TrialDesk desk(numbered);
+    SharedPrompt::Trial trial;
+    desk.ask(0, trial);
+    auto other = desk.askElsewhere();
+    desk.store->judge(proxy, trial.generation, false);
+    EXPECT_TRUE(TrialDesk::isWaiting(other));
+    EXPECT_EQ(desk.ask(trial.generation, trial, 2)->password(), "2");
+    desk.store->judge(proxy, trial.generation, true);
+    EXPECT_EQ(other.get()->password(), "2");
+    EXPECT_EQ(desk.prompt->asked, 2);
+    desk.shared.endTrial(trial);
+}
+
+TEST(SharedPromptTest, TheOthersAreDeclinedWhereTheLastAnswerIsWrong) {
+    TrialDesk desk(numbered);
+    SharedPrompt::Trial trial;
+    desk.ask(0, trial, 1);
+    auto other = desk.askElsewhere();
+    EXPECT_TRUE(TrialDesk::isWaiting(other));
+    desk.store->judge(proxy, trial.generation, false);
+    desk.shared.endTrial(trial);
+    EXPECT_FALSE(other.get().has_value());
+    EXPECT_EQ(desk.prompt->asked, 1);
+    // Who comes later asks anew.
+    EXPECT_EQ(desk.askElsewhere().get()->password(), "2");
+}
+
+TEST(SharedPromptTest, TheNextOneAsksWhereTheFirstEndedWithAttemptsLeft) {
+    TrialDesk desk(numbered);
+    SharedPrompt::Trial trial;
+    desk.ask(0, trial);
+    auto other = desk.askElsewhere();
+    EXPECT_TRUE(TrialDesk::isWaiting(other));
+    desk.store->judge(proxy, trial.generation, false);
+    desk.shared.endTrial(trial);
+    EXPECT_EQ(other.get()->password(), "2");
+}
+
+TEST(SharedPromptTest, AnAnswerWithoutAVerdictIsTheOthersWhenItsRequestEnds) {
+    TrialDesk desk(numbered);
+    SharedPrompt::Trial trial;
+    desk.ask(0, trial, 1);
+    auto other = desk.askElsewhere();
+    EXPECT_TRUE(TrialDesk::isWaiting(other));
+    desk.shared.endTrial(trial);
+    EXPECT_EQ(other.get()->password(), "1");
+}
+
+TEST(SharedPromptTest, ARequestThatIsCancelledDoesNotWaitForATrial) {
+    TrialDesk desk(numbered);
+    SharedPrompt::Trial trial;
+    desk.ask(0, trial);
+    auto other = desk.askElsewhere();
+    EXPECT_TRUE(TrialDesk::isWaiting(other));
+    desk.cancelled = true;
+    EXPECT_THROW(other.get(), core::HttpRequestCancelledException);
+    desk.shared.endTrial(trial);
+}
+
+// Open until it is told to stop; a count tells which time.
+class OpenPrompt final : public CancellableCredentialPrompt {
+public:
+    Answer ask(bool, int, std::int64_t, std::stop_token stop) override {
+        if (++asked > 1) {
+            return ProxyCredentials("ann", "secret");
+        }
+        std::promise<void> stopped;
+        const std::stop_callback tell(stop, [&stopped] { stopped.set_value(); });
+        isOpen.set_value();
+        stopped.get_future().wait();
+        return std::nullopt;
+    }
+
+    std::atomic<int> asked{0};
+    std::promise<void> isOpen;
+};
+
+struct OpenDesk {
+    std::future<Answer> ask(const std::atomic<bool>& cancelled) {
+        return std::async(std::launch::async, [this, &cancelled] {
+            return shared.ask(proxy, 0, false, 3, 1000, cancelled);
+        });
+    }
+
+    std::shared_ptr<OpenPrompt> prompt = std::make_shared<OpenPrompt>();
+    SharedPrompt shared{prompt, std::make_shared<CredentialStore>()};
+};
+
+TEST(SharedPromptTest, WithdrawsTheQuestionOfARequestThatIsCancelled) {
+    OpenDesk desk;
+    std::atomic<bool> first{false};
+    std::atomic<bool> second{false};
+    auto asking = desk.ask(first);
+    desk.prompt->isOpen.get_future().wait();
+    auto waiting = desk.ask(second);
+    // Somebody else's.
+    desk.shared.cancellationsChanged();
+    EXPECT_TRUE(TrialDesk::isWaiting(asking));
+    first = true;
+    desk.shared.cancellationsChanged();
+    EXPECT_THROW(asking.get(), core::HttpRequestCancelledException);
+    // That was no word of the user: the other one asks in its place.
+    EXPECT_EQ(waiting.get()->password(), "secret");
+    EXPECT_EQ(desk.prompt->asked, 2);
+}
+
+TEST(SharedPromptTest, RefusesAllQuestionsOnceItIsClosed) {
+    OpenDesk desk;
+    const std::atomic<bool> cancelled{false};
+    auto asking = desk.ask(cancelled);
+    desk.prompt->isOpen.get_future().wait();
+    auto waiting = desk.ask(cancelled);
+    desk.shared.close();
+    EXPECT_THROW(asking.get(), core::HttpRequestCancelledException);
+    EXPECT_THROW(waiting.get(), core::HttpRequestCancelledException);
+    EXPECT_THROW(desk.ask(cancelled).get(), core::HttpRequestCancelledException);
+    EXPECT_EQ(desk.prompt->asked, 1);
+}
+
+TEST(SharedPromptTest, ARequestThatIsCancelledAlreadyAsksNobody) {
+    Desk desk(numbered);
+    desk.cancelled = true;
+    EXPECT_THROW(desk.ask(0), core::HttpRequestCancelledException);
+    EXPECT_EQ(desk.prompt->asked, 0);
 }
 
 TEST(RequestPromptTest, ReadsFromTheResponseWhatWasRefused) {

@@ -6,13 +6,16 @@
 #include <chrono>
 #include <csignal>
 #include <functional>
+#include <future>
 #include <optional>
 #include <poll.h>
 #include <pty.h>
+#include <stop_token>
 #include <string>
 #include <string_view>
 #include <sys/wait.h>
 #include <termios.h>
+#include <thread>
 #include <unistd.h>
 #include <utmp.h>
 
@@ -29,7 +32,10 @@ std::string answerText(bool failedBefore, int remaining, std::int64_t timeoutMs)
 // A process of its own at a terminal of its own, which asks once. The test is the user.
 class Session {
 public:
-    explicit Session(std::int64_t timeoutMs = 20000, bool failedBefore = false) {
+    explicit Session(
+        std::int64_t timeoutMs = 20000,
+        bool failedBefore = false,
+        const std::function<void()>& prepare = [] {}) {
         std::array<int, 2> ends{};
         EXPECT_EQ(::pipe(ends.data()), 0);
         int line = -1;
@@ -41,6 +47,7 @@ public:
             ::close(terminal_);
             ::login_tty(line);
             ::signal(SIGINT, SIG_DFL);
+            prepare();
             const std::string text = answerText(failedBefore, 2, timeoutMs);
             const ssize_t written = ::write(ends[1], text.data(), text.size());
             ::_exit(written == static_cast<ssize_t>(text.size()) ? 0 : 1);
@@ -92,6 +99,7 @@ public:
         return text;
     }
     int status() const { return status_; }
+    void send(int signal) const { ::kill(pid_, signal); }
     bool isEchoing() const {
         termios settings{};
         EXPECT_EQ(::tcgetattr(terminal_, &settings), 0);
@@ -208,6 +216,106 @@ TEST(TerminalCredentialPromptTest, CtrlCRestoresTheTerminalAndEndsTheProcess) {
     EXPECT_EQ(session.result(), "");
     EXPECT_TRUE(WIFSIGNALED(session.status()));
     EXPECT_EQ(WTERMSIG(session.status()), SIGINT);
+}
+
+TEST(TerminalCredentialPromptTest, ASignalThatEndsTheProcessRestoresTheTerminalFirst) {
+    for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGALRM, SIGTERM}) {
+        Session session;
+        session.waitFor(namePrompt);
+        session.type("ann\n");
+        session.waitFor(passwordPrompt);
+        session.send(signal);
+        EXPECT_EQ(session.result(), "");
+        EXPECT_TRUE(WIFSIGNALED(session.status()));
+        EXPECT_EQ(WTERMSIG(session.status()), signal);
+    }
+}
+
+TEST(TerminalCredentialPromptTest, ASignalThatTheProgramHandlesIsLeftToIt) {
+    const auto interrupted = [](int) {
+        const ssize_t written = ::write(STDOUT_FILENO, "handled", 7);
+        static_cast<void>(written);
+    };
+    Session session(20000, false, [interrupted] {
+        ::signal(SIGTERM, interrupted);
+        ::signal(SIGHUP, SIG_IGN);
+    });
+    session.waitFor(namePrompt);
+    session.send(SIGHUP);
+    session.send(SIGTERM);
+    session.waitFor("handled");
+    session.type("ann\n");
+    session.waitFor(passwordPrompt);
+    session.type("secret\n");
+    EXPECT_EQ(session.result(), "<ann|secret>");
+}
+
+// The group of a process that leads its session is not stopped by the terminal's signal.
+TEST(TerminalCredentialPromptTest, AsksOnWhereNobodyCouldContinueIt) {
+    for (const bool byKey : {true, false}) {
+        Session session;
+        session.waitFor(namePrompt);
+        session.type("ann");
+        session.waitFor("ann");
+        if (byKey) {
+            session.type("\x1A");
+        } else {
+            session.send(SIGTSTP);
+        }
+        session.waitFor("\r\nUser name for the proxy: ann");
+        session.type("e\n");
+        session.waitFor(passwordPrompt);
+        session.type("secret\n");
+        EXPECT_EQ(session.result(), "<anne|secret>");
+    }
+}
+
+TEST(TerminalCredentialPromptTest, TheQuitKeyRestoresTheTerminalAndEndsTheProcess) {
+    Session session;
+    session.waitFor(namePrompt);
+    session.type("ann\x1C");
+    EXPECT_EQ(session.result(), "");
+    EXPECT_TRUE(WIFSIGNALED(session.status()));
+    EXPECT_EQ(WTERMSIG(session.status()), SIGQUIT);
+}
+
+TEST(TerminalCredentialPromptTest, AfterTheQuestionSignalsAreAsTheyWere) {
+    Session session(20000, false, [] {
+        TerminalCredentialPrompt().promptForCredentials(false, 3, 1);
+        struct sigaction action{};
+        for (const int signal : {SIGHUP, SIGQUIT, SIGALRM, SIGTERM, SIGTSTP, SIGCONT}) {
+            ::sigaction(signal, nullptr, &action);
+            if (action.sa_handler != SIG_DFL) {
+                ::_exit(9);
+            }
+        }
+    });
+    session.waitFor(std::string(namePrompt) + "\r\n" + namePrompt);
+    session.type("a\n");
+    session.waitFor(passwordPrompt);
+    session.type("b\n");
+    EXPECT_EQ(session.result(), "<a|b>");
+}
+
+TEST(TerminalCredentialPromptTest, EndsWhenItIsToldToStop) {
+    Session session(20000, false, [] {
+        std::stop_source stop;
+        TerminalCredentialPrompt prompt;
+        auto asking = std::async(std::launch::async, [&] {
+            return prompt.ask(false, 3, 20000, stop.get_token()).has_value();
+        });
+        // While the first has the terminal, the second waits for it.
+        auto waiting = std::async(std::launch::async, [&] {
+            return prompt.ask(false, 3, 20000, stop.get_token()).has_value();
+        });
+        std::this_thread::sleep_for(std::chrono::milliseconds(200));
+        stop.request_stop();
+        ::_exit(asking.get() || waiting.get() ? 1 : 0);
+    });
+    session.waitFor(namePrompt);
+    EXPECT_EQ(session.result(), "");
+    EXPECT_TRUE(WIFEXITED(session.status()));
+    EXPECT_EQ(WEXITSTATUS(session.status()), 0);
 }
 
 TEST(TerminalCredentialPromptTest, ATerminalThatIsGoneDeclines) {

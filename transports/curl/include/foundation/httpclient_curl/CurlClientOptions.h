@@ -28,8 +28,8 @@ namespace foundation::httpclient_curl {
 /// assert(response.getResponseBodyString() == "Hello");
 /// @endcode
 struct CurlClientOptions {
-    /// Asks the user for proxy credentials; null asks nobody. It is called on the thread of the request
-    /// that needs them, from several threads at once where several do.
+    /// Asks the user for proxy credentials; null asks nobody. See the constructor of CurlHttpClient that
+    /// takes one.
     std::shared_ptr<httpclient_core::ProxyCredentialPrompt> credentialPrompt;
     /// Request headers that never travel to another scheme, host or port than the first of a request, by
     /// any letter case; `Authorization`, `Cookie` and `Proxy-Authorization` are always among them.

@@ -85,8 +85,16 @@ struct TransferSettings;
 /// has run and every synchronous request has returned; name look-ups that hang do not hold it up. A retry
 /// strategy that says yes all the same is asked a few times more, each attempt failing at once; after
 /// eight the request ends with HttpRequestFailedException "The client is being destroyed" (a synchronous
-/// one) or "Request abandoned before completion" (an asynchronous one). The destructor may be called from a handler, whose own call is then the only one still running, but not
-/// from a stream, factory or callback of a transfer: that ends the program.
+/// one) or "Request abandoned before completion" (an asynchronous one).
+///
+/// The destructor may be called from a handler, whose own call is then the only one still running. It must
+/// not be called from any other code that a request of this client calls: streams of either body, stream
+/// factories, progress and pre-response callbacks, the attempt observer, strategies and the prompt, on
+/// either road. The request would go on with a client that is gone, or be waited for by its own thread.
+/// This ends the program: a record of the core's log channel and std::terminate(), with a
+/// std::logic_error as the current exception, say "A client was destroyed inside one of its own requests,
+/// by a stream, callback, strategy or prompt." Call cancelAllRequests() there instead, or let another
+/// thread destroy the client and do not wait for it.
 ///
 /// @par Thread safety
 /// thread-safe, but for the destructor.
@@ -106,10 +114,22 @@ public:
     /// @throws std::runtime_error "libcurl cannot be initialized: " and the reason.
     CurlHttpClient();
     /// Makes a client that asks `prompt` for proxy credentials; null asks nobody. The prompt is called on
-    /// the thread of the request that needs it, for one request at a time: an answer serves all requests
-    /// that the proxy refused before it was given, and a prompt that declines does so for all that wait for
-    /// it. It must not wait for another request of the same client. A request that is cancelled while
-    /// another one asks ends at once, the one that asks when its prompt returns. The prompt's time is the client's setting `credentialPromptTimeoutMs`, 120000.
+    /// the thread of the request that needs it, for one request at a time, with no lock held, and must not
+    /// wait for another request of the same client. Its time is the client's setting
+    /// `credentialPromptTimeoutMs`, 120000.
+    ///
+    /// An answer serves all requests that the proxy refused before it was given. The request that asked
+    /// tries it first; the others wait until the proxy has taken it, until that request ends, or for five
+    /// seconds where the server behind the proxy is slow. So a wrong password is sent once, and the user
+    /// is asked again by the same request while it has attempts left. A prompt that declines, or whose last
+    /// answer was wrong, does so for all that wait. An answer that the proxy has never taken is not sent
+    /// any more once it was refused.
+    ///
+    /// A request that is cancelled while another one asks ends at once. The one that asks ends when its
+    /// prompt returns: soon for a CancellableCredentialPrompt, which is told to stop, and the next request
+    /// that needs an answer then asks in its place; for any other prompt when the user has answered. That
+    /// answer is kept for the others. Until then the request counts as in flight, and the destructor of the
+    /// client waits for it; afterwards no prompt is called any more. Each handler runs once in all cases.
     /// @throws std::runtime_error "libcurl cannot be initialized: " and the reason.
     explicit CurlHttpClient(std::shared_ptr<httpclient_core::ProxyCredentialPrompt> prompt);
     /// Makes a client with these options.

@@ -1,9 +1,10 @@
 #pragma once
-#include <foundation/httpclient_core/ProxyCredentialPrompt.h>
+#include <foundation/httpclient_curl/CancellableCredentialPrompt.h>
 #include <foundation/httpclient_curl/Export.h>
 
 #include <cstdint>
 #include <optional>
+#include <stop_token>
 
 namespace foundation::httpclient_curl {
 
@@ -12,14 +13,21 @@ namespace foundation::httpclient_curl {
 ///
 /// The user types a name and a password, each ended by Enter; the password is not shown. An empty name is
 /// an answer like any other: with it, a CurlHttpClient uses Negotiate. Up to 1024 bytes of a line are
-/// taken. The erase, kill, end-of-file and interrupt keys of the terminal work; other control keys do
-/// nothing.
+/// taken. The keys of the terminal for erasing, end of file, interrupt, quit and stop work; other control
+/// keys do nothing.
 ///
 /// Nothing is answered, which declines, where the process has no terminal or does not run in its
-/// foreground, after end of file on an empty line, after the interrupt key (Ctrl-C), and when the time is
-/// over. Ctrl-C also sends SIGINT to the process, once the terminal is as it was before. The terminal's
-/// settings are restored in every one of these cases; only a signal that ends the process from outside
-/// while the user is typing leaves them changed.
+/// foreground, after end of file on an empty line, after the interrupt or quit key, when the time is over,
+/// and within 20 ms or so after the request was cancelled. The interrupt and quit keys send
+/// SIGINT or SIGQUIT to the process group, as always; a program that goes on after that gets its answer
+/// when it has cancelled the request, or after a second.
+///
+/// The terminal is left as it was in every case, also when the process ends or stops: of the signals
+/// SIGHUP, SIGINT, SIGQUIT, SIGALRM, SIGTERM, SIGTSTP and SIGCONT, those that have their default action are
+/// caught while the user is asked, and have that action once the terminal's settings are restored. When the
+/// process is continued in the foreground, the question is put again with what was typed. A signal that
+/// the program handles itself is left to it: its handler must not end the process without cancelling the
+/// request. SIGKILL and SIGSTOP cannot be caught.
 ///
 /// @par Thread safety
 /// thread-safe; a second question waits for the end of the first, however long that takes
@@ -33,7 +41,7 @@ namespace foundation::httpclient_curl {
 /// assert(client.proxyCredentialPrompt(HttpResponse(), nullptr) != nullptr);
 /// @endcode
 class FOUNDATION_HTTPCLIENT_CURL_API TerminalCredentialPrompt final
-    : public httpclient_core::ProxyCredentialPrompt {
+    : public CancellableCredentialPrompt {
 public:
     ~TerminalCredentialPrompt() override;
 
@@ -41,10 +49,11 @@ public:
     /// @param previousAttemptFailed whether to say first that the proxy refused the last answer
     /// @param remainingAttempts told to the user with that
     /// @param timeoutMs milliseconds for name and password together; no limit if zero or less
-    std::optional<httpclient_core::ProxyCredentials> promptForCredentials(
-        bool previousAttemptFailed,
-        int remainingAttempts,
-        std::int64_t timeoutMs) override;
+    /// @param cancelled ends the question when it asks to stop
+    std::optional<httpclient_core::ProxyCredentials> ask(bool previousAttemptFailed,
+                                                         int remainingAttempts,
+                                                         std::int64_t timeoutMs,
+                                                         std::stop_token cancelled) override;
 };
 
 }  // namespace foundation::httpclient_curl
