@@ -532,6 +532,21 @@ TEST(CurlHttpClientTest, SendClearsWhatARefusedAttemptLeft) {
     EXPECT_EQ(server.requests().back().body, "payload");
 }
 
+TEST(CurlHttpClientTest, SendThatFailsLeavesNothingOfAnEarlierAttempt) {
+    LoopbackServer server(answering(200, "body", {{"X-Old", "1"}}));
+    TestClient client;
+    HttpRequest request(HttpMethod::GET, server.url(), {});
+    HttpResponse response(request);
+    client->sendRequest(request, response);
+    ASSERT_TRUE(response.hasHeader("X-Old"));
+    HttpRequest failing(HttpMethod::GET, "http://127.0.0.1:1/", {});
+    EXPECT_THROW(client->sendRequest(failing, response), HttpRequestFailedException);
+    EXPECT_EQ(response.getResponseCode(), HttpResponseCode::RequestNotMade);
+    EXPECT_EQ(response.getResponseCodeReason(), "Request Not Made");
+    EXPECT_FALSE(response.hasHeader("X-Old"));
+    EXPECT_EQ(response.getResponseBodyString(), "");
+}
+
 TEST(CurlHttpClientTest, SendAppendsToTheBodyOfAResponseThatIsNotMade) {
     LoopbackServer server([](const ReceivedRequest&, Connection& connection) {
         connection.sendResponse(206, "Partial Content", {{"Content-Range", "bytes 3-5/6"}}, "def");

@@ -141,7 +141,8 @@ TEST_P(HeaderCommitTest, RefusedExpectationOfARequestWithoutBodyIsTheAnswer) {
 /// Refuses the expectation of the first request without reading its body, and accepts the next request.
 class ExpectationRefuser {
 public:
-    ExpectationRefuser() : listener_(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+    explicit ExpectationRefuser(std::string answer)
+        : answer_(std::move(answer)), listener_(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
         sockaddr_in address{};
         address.sin_family = AF_INET;
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
@@ -189,11 +190,12 @@ private:
             if (requests_ == 0) {
                 ++requests_;
                 input.clear();
-                send(socket, "HTTP/1.1 417 Never\r\nX-No: 1\r\nContent-Length: 2\r\n\r\nno");
-            } else if (input.size() >= head + 4 + 4) {
-                ++requests_;
                 send(socket,
-                     "HTTP/1.1 200 OK\r\nContent-Length: 4\r\n\r\n" + input.substr(head + 4));
+                     "HTTP/1.1 417 Never\r\nX-No: 1\r\nTransfer-Encoding: "
+                     "chunked\r\n\r\n2\r\nno\r\n0\r\n\r\n");
+            } else if (input.substr(head + 4) == "body") {
+                ++requests_;
+                send(socket, answer_);
             }
         }
     }
@@ -201,6 +203,7 @@ private:
         ::send(socket, text.data(), text.size(), MSG_NOSIGNAL);
     }
 
+    std::string answer_;
     int listener_;
     int port_ = 0;
     int requests_ = 0;
@@ -208,16 +211,26 @@ private:
 };
 
 TEST_P(HeaderCommitTest, RefusedExpectationThatIsRepeatedLeavesNoTrace) {
-    const ExpectationRefuser server;
+    const ExpectationRefuser server("HTTP/1.1 200 OK\r\nContent-Length: 4\r\n\r\ndone");
     HttpRequest request(HttpMethod::POST, server.url(), {{"Expect", "100-continue"}});
     request.setRequestBody("body");
     request.setPreRespCodeAndHeadersCallback([this] { ++changes_; });
     const Outcome outcome = client_.run(std::move(request), GetParam());
     ASSERT_EQ(outcome.error, nullptr) << outcome.message();
     EXPECT_EQ(outcome.code(), HttpResponseCode::OK);
-    EXPECT_EQ(outcome.body(), "body");
+    EXPECT_EQ(outcome.body(), "done");
     EXPECT_FALSE(outcome.response.hasHeader("X-No"));
     EXPECT_EQ(changes_, 2);
+}
+
+TEST_P(HeaderCommitTest, ChunksOfTheAnswerAfterARefusedExpectationAreCheckedToo) {
+    const ExpectationRefuser server(
+        "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n4z\r\ndone\r\n0\r\n\r\n");
+    HttpRequest request(HttpMethod::POST, server.url(), {{"Expect", "100-continue"}});
+    request.setRequestBody("body");
+    EXPECT_NE(
+        client_.run(std::move(request), GetParam()).message().find("its chunks make no sense"),
+        std::string::npos);
 }
 
 }  // namespace

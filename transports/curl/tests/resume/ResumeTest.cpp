@@ -428,6 +428,38 @@ TEST_P(ResumeRoadTest, StartsOverWithinTheAttemptWhereItsRangeCannotBeHad) {
     EXPECT_EQ(server.requestCount(), 3);
 }
 
+// Before a byte of it is appended.
+TEST_P(ResumeRoadTest, PartWhoseLengthDoesNotFitIsRefusedAtItsHead) {
+    LoopbackServer server(
+        scripted({cut,
+                  {"HTTP/1.1 206 Partial Content\r\nAccept-Ranges: bytes\r\nContent-Range: bytes "
+                   "400-999/1000\r\nContent-Length: 700\r\n" +
+                       etag,
+                   newContent.substr(0, 700)},
+                  whole(oldContent, etag, 1000)}));
+    EXPECT_EQ(run(HttpRequest(HttpMethod::GET, server.url(), {})).body(), oldContent);
+    EXPECT_EQ(attempts_.size(), 2U) << ::testing::PrintToString(attempts_);
+}
+
+TEST_P(ResumeRoadTest, BytesThatCameBeforeABadChunkAreNotBuiltOn) {
+    LoopbackServer server([](const ReceivedRequest& request, Connection& connection) {
+        if (request.number == 0) {
+            connection.send(
+                "HTTP/1.1 200 OK\r\nAccept-Ranges: bytes\r\nTransfer-Encoding: chunked\r\n" + etag +
+                "\r\n190\r\n" + newContent.substr(0, 400) + "\r\n");
+            // The client has them before it sees the flaw.
+            connection.pause(std::chrono::milliseconds(100));
+            connection.send("xx\r\n");
+        } else {
+            connection.sendResponse(200, "OK", {}, oldContent);
+        }
+        connection.close();
+    });
+    EXPECT_EQ(run(HttpRequest(HttpMethod::GET, server.url(), {})).body(), oldContent);
+    ASSERT_EQ(server.requestCount(), 2);
+    EXPECT_FALSE(server.requests()[1].hasHeader("Range"));
+}
+
 TEST_P(ResumeRoadTest, ContinuesAnswersToGetOnly) {
     for (const HttpMethod method : {HttpMethod::PUT, HttpMethod::POST, HttpMethod::DELETE}) {
         LoopbackServer server(scripted({cut, whole(newContent, otherEtag, 1000)}));
