@@ -144,6 +144,15 @@ TEST(CommandLineTest, EachCommandTellsTheVersion) {
     }
 }
 
+TEST(CommandLineTest, NamesTheOptionThatThereIsNot) {
+    EXPECT_TRUE(testing::failsWith(ExitCode::Usage,
+                                   "there is no option --heade (see httpclient --help)",
+                                   [] { parseCommandLine({"get", "http://h/", "--heade=A: b"}); }));
+    EXPECT_TRUE(testing::failsWith(
+        ExitCode::Usage, "--parallel: takes a number, 1 to 64 (see httpclient --help)",
+        [] { parseCommandLine({"get", "http://h/", "--parallel", "x"}); }));
+}
+
 TEST(CommandLineTest, HelpKnowsThatHeadNeedsNoFiles) {
     EXPECT_EQ(information({"head", "--help"}).find("several need -O"), std::string::npos);
     EXPECT_NE(information({"get", "--help"}).find("several need -O"), std::string::npos);
@@ -203,6 +212,12 @@ INSTANTIATE_TEST_SUITE_P(
         Row{"BodyAndForm", {"post", "http://h/", "-d", "x", "-F", "a=1"}},
         Row{"FormWithItsOwnType", {"post", "http://h/", "-F", "a=1", "-H", "content-type: a/b"}},
         Row{"StandardInputToTwo", {"post", "http://h/a", "http://h/b", "-O", "-d", "@-"}},
+        Row{"MisspeltHeader", {"get", "http://h/", "--heade=A: secret"}},
+        Row{"MisspeltShortOption", {"get", "http://h/", "-Zsecret"}},
+        Row{"HeaderForANumber", {"get", "http://h/", "--retries", "A: secret"}},
+        Row{"HeaderForATime", {"get", "http://h/", "--max-time", "A: secret"}},
+        Row{"HeaderForAFlag", {"get", "http://h/", "--json=secret"}},
+        Row{"NumberForAFlag", {"get", "http://h/", "--explain=5"}},
         Row{"HeaderWithoutColon", {"get", "http://h/", "-H", "secret"}},
         Row{"HeaderWithoutName", {"get", "http://h/", "-H", ": secret"}},
         Row{"HeaderNameWithBlank", {"get", "http://h/", "-H", "a b: secret"}},

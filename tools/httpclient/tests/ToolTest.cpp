@@ -748,6 +748,14 @@ TEST_F(ToolTest, ExplainTellsAttemptsAndWaits) {
     EXPECT_THAT(errors(), HasSubstr("* attempt 2: GET http://example.test/f: status 200; "));
 }
 
+TEST_F(ToolTest, OfSeveralUrlsEachNoteTellsItsOwn) {
+    script_.steps = {answer(503, "Busy", ""), answer(200, "OK", ""), answer(200, "OK", "")};
+    EXPECT_EQ(runWith({"head", "http://h/1?secret", "http://h/2", "--explain", "-v"}),
+              ExitCode::Success);
+    EXPECT_THAT(errors(), HasSubstr("* http://h/1?...: waits "));
+    EXPECT_THAT(errors(), HasSubstr("* http://h/1?...: retry 1 of 8 with 0 bytes held: "));
+}
+
 TEST_F(ToolTest, JsonIsAloneOnStandardOutput) {
     script_.steps = {answer(503, "Busy", "", {{"Retry-After", "2"}}), serve("content")};
     EXPECT_EQ(getFile({"--json"}), ExitCode::Success);

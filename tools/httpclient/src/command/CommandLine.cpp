@@ -60,7 +60,19 @@ struct Parsed {
     bool outputGiven = false;
 };
 
-// CLI11's own range lets "nan" through and tells the limits with six decimals.
+// CLI11's own range repeats the value, which may be the header that was meant for another option.
+CLI::Validator wholeNumber(int least, int most) {
+    const std::string limits = std::to_string(least) + " to " + std::to_string(most);
+    return {[=](const std::string& text) {
+                int value = 0;
+                const bool isFit =
+                    CLI::detail::lexical_cast(text, value) && value >= least && value <= most;
+                return isFit ? std::string() : "takes a number, " + limits;
+            },
+            limits};
+}
+
+// It also lets "nan" through.
 std::string whyNoSeconds(const std::string& text) {
     double value = 0;
     constexpr double shortest = 0.001;
@@ -89,7 +101,7 @@ void describeRequest(CLI::App& command, HttpMethod method, Parsed& parsed) {
     command
         .add_option("--retries", options.retries, "further attempts after a failure that may pass")
         ->type_name("N")
-        ->check(CLI::Range(0, 1000))
+        ->check(wholeNumber(0, 1000))
         ->capture_default_str();
     addSeconds(command, "--retry-deadline", parsed.seconds.retryDeadline,
                "begin no further attempt after this time");
@@ -103,7 +115,7 @@ void describeRequest(CLI::App& command, HttpMethod method, Parsed& parsed) {
         .add_option("--max-redirects", options.maxRedirects,
                     "redirects to follow; 0 takes a redirect for the answer")
         ->type_name("N")
-        ->check(CLI::Range(0, 1000))
+        ->check(wholeNumber(0, 1000))
         ->capture_default_str();
     command.add_option("--proxy", options.proxy, "proxy to use, http://[USER:PASSWORD@]HOST:PORT")
         ->type_name("URL");
@@ -118,19 +130,27 @@ void describeRequest(CLI::App& command, HttpMethod method, Parsed& parsed) {
         ->type_name("PATH");
     command.add_option("--parallel", options.parallel, "URLs worked on at once")
         ->type_name("N")
-        ->check(CLI::Range(1, 64))
+        ->check(wholeNumber(1, 64))
         ->capture_default_str();
-    command.add_flag("--json", options.json,
-                     "report on standard output as one JSON document; bodies then need -o or -O");
-    command.add_flag("--explain", options.explain,
-                     "tell each attempt on standard error: cause, wait, bytes, timings");
-    command.add_flag("-i,--include", options.includeHead,
-                     "put status line and headers out before the body, on standard output");
+    command
+        .add_flag("--json", options.json,
+                  "report on standard output as one JSON document; bodies then need -o or -O")
+        ->disable_flag_override();
+    command
+        .add_flag("--explain", options.explain,
+                  "tell each attempt on standard error: cause, wait, bytes, timings")
+        ->disable_flag_override();
+    command
+        .add_flag("-i,--include", options.includeHead,
+                  "put status line and headers out before the body, on standard output")
+        ->disable_flag_override();
     CLI::Option* quiet =
-        command.add_flag("-q,--quiet", options.quiet, "no progress on a terminal, errors only");
+        command.add_flag("-q,--quiet", options.quiet, "no progress on a terminal, errors only")
+            ->disable_flag_override();
     command
         .add_flag("-v,--verbose", options.verbose,
                   "headers, retries, log records and a summary on standard error, without secrets")
+        ->disable_flag_override()
         ->excludes(quiet);
 }
 
@@ -141,12 +161,15 @@ void describeOutput(CLI::App& command, RequestOptions& options) {
     command
         .add_flag("-O,--remote-name", options.remoteName,
                   "write each body to a file named like the end of the URL's path")
+        ->disable_flag_override()
         ->excludes(output);
 }
 
 void describeResume(CLI::App& command, RequestOptions& options) {
-    command.add_flag("-C,--resume", options.resume,
-                     "go on with what an earlier run left in FILE.part; needs -o or -O");
+    command
+        .add_flag("-C,--resume", options.resume,
+                  "go on with what an earlier run left in FILE.part; needs -o or -O")
+        ->disable_flag_override();
 }
 
 void describeBody(CLI::App& command, RequestOptions& options) {
@@ -253,8 +276,21 @@ RequestOptions complete(Parsed parsed, HttpMethod method) {
     return std::move(options);
 }
 
-// CLI11's text in one line. Surplus words are taken for URLs, so it repeats names of options, numbers and
-// the names of missing files only.
+// What a misspelt option is called, without the value that may stand behind it.
+std::string unknownOption(const std::vector<std::string>& surplus) {
+    for (const std::string& word : surplus) {
+        if (word.starts_with("--")) {
+            return "there is no option " + word.substr(0, word.find('='));
+        }
+        if (word.starts_with('-')) {
+            return "there is no option " + word.substr(0, 2);
+        }
+    }
+    return "there are words too many";
+}
+
+// CLI11's text in one line. Surplus words are taken for URLs, so it repeats names of options and of missing
+// files only.
 std::string usageText(const CLI::ParseError& error) {
     std::string text = error.what();
     std::replace(text.begin(), text.end(), '\n', ' ');
@@ -305,6 +341,8 @@ Command parseCommandLine(std::vector<std::string> arguments) {
         return Information{std::string(version.what()) + "\n"};
     } catch (const CLI::CallForHelp&) {
         return Information{app.help()};
+    } catch (const CLI::ExtrasError&) {
+        misuse(unknownOption(app.remaining(true)) + " (see httpclient --help)");
     } catch (const CLI::ParseError& error) {
         throw Failure(ExitCode::Usage, usageText(error));
     }

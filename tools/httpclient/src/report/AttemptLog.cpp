@@ -121,9 +121,11 @@ void AttemptLog::attempted(const AttemptReport& report) {
     attempts_.push_back({.number = told_++, .report = report});
 }
 
-void AttemptLog::waiting(std::size_t transfer, const RetryNotice& notice) {
+void AttemptLog::waiting(std::size_t transfer,
+                         const RetryNotice& notice,
+                         const std::string& place) {
     if (explains_) {
-        errors_.note(describe(notice));
+        errors_.note(place + describe(notice));
     }
     const std::lock_guard lock(mutex_);
     waits_.push_back({.number = told_++, .transfer = transfer, .notice = notice});

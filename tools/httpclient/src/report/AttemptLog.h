@@ -27,8 +27,11 @@ public:
 
     /// For `CurlClientOptions::attemptObserver`.
     void attempted(const httpclient_curl::AttemptReport& report);
-    /// For `ResumingRetryOptions::onRetry` of the transfer with this number; see `records()`.
-    void waiting(std::size_t transfer, const httpclient_curl::RetryNotice& notice);
+    /// For `ResumingRetryOptions::onRetry` of the transfer with this number; see `records()`. The line
+    /// begins with `place`.
+    void waiting(std::size_t transfer,
+                 const httpclient_curl::RetryNotice& notice,
+                 const std::string& place = {});
 
     /// The attempts of the client's requests with these ids, which belong to one transfer, in order, and the
     /// waits told for it.

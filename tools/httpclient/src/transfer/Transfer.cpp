@@ -137,10 +137,10 @@ RetryStrategy Transfer::retryStrategy() {
     retry.maxRetries = context_.options.retries;
     retry.deadline = context_.options.retryDeadline.value_or(std::chrono::milliseconds(0));
     retry.onRetry = [this](const httpclient_curl::RetryNotice& notice) {
-        context_.log.waiting(number_, notice);
+        context_.log.waiting(number_, notice, place());
         context_.onRetry();
         if (context_.options.verbose) {
-            context_.errors.note("retry " + std::to_string(notice.retry) + " of " +
+            context_.errors.note(place() + "retry " + std::to_string(notice.retry) + " of " +
                                  std::to_string(context_.options.retries) + " with " +
                                  std::to_string(destination_->size()) +
                                  " bytes held: " + notice.reason);
@@ -210,8 +210,12 @@ bool Transfer::wantsAnother(const Outcome& outcome) {
 
 void Transfer::explain(const std::string& text) const {
     if (context_.options.explain) {
-        context_.errors.note(text);
+        context_.errors.note(place() + text);
     }
+}
+
+std::string Transfer::place() const {
+    return context_.options.urls.size() > 1 ? shownUrl_ + ": " : std::string();
 }
 
 void Transfer::requireWhole(const HttpResponse& response) const {

@@ -72,6 +72,8 @@ private:
     void tellHead(const httpclient_core::HttpResponse& response) const;
     httpclient_core::RetryStrategy retryStrategy();
     void explain(const std::string& text) const;
+    /// What a note begins with, so that it can be told which of several URLs it is about.
+    std::string place() const;
     void requireWhole(const httpclient_core::HttpResponse& response) const;
     void publish(const httpclient_core::HttpResponse& response);
     StreamOutput* standardOutput() const noexcept;
