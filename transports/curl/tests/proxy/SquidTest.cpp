@@ -86,6 +86,27 @@ protected:
 
     Road road() const { return GetParam().road; }
 
+    // At once, with a prompt that is open for as long as the others take to be refused.
+    void expectSixtyFourPass(std::deque<ProxyCredentials> answers, int questions) {
+        LoopbackServer server(echo());
+        const auto prompt =
+            std::make_shared<SlowPrompt>(std::move(answers), std::chrono::milliseconds(300));
+        TestClient client(prompt);
+        client->setClientConfiguration(
+            through(squid.url()).withMaxThreads(4).withMaxRequestsPerThread(16));
+        std::vector<std::future<Outcome>> outcomes;
+        for (int i = 0; i < 64; ++i) {
+            outcomes.push_back(
+                std::async(std::launch::async, [&] { return client.get(server.url(), road()); }));
+        }
+        for (auto& future : outcomes) {
+            const Outcome outcome = future.get();
+            ASSERT_EQ(outcome.error, nullptr) << outcome.message();
+            EXPECT_EQ(outcome.body(), "GET 0");
+        }
+        EXPECT_EQ(prompt->asked, questions);
+    }
+
     SquidProxy squid{GetParam().scheme};
 };
 
@@ -202,23 +223,11 @@ TEST_P(SquidTest, CarriesABodyWithTheCredentialsOfTheProxyUrl) {
 }
 
 TEST_P(SquidTest, SixtyFourParallelRequestsAskOnce) {
-    LoopbackServer server(echo());
-    const auto prompt =
-        std::make_shared<SlowPrompt>(std::deque{rightAnswer}, std::chrono::milliseconds(300));
-    TestClient client(prompt);
-    client->setClientConfiguration(
-        through(squid.url()).withMaxThreads(4).withMaxRequestsPerThread(16));
-    std::vector<std::future<Outcome>> outcomes;
-    for (int i = 0; i < 64; ++i) {
-        outcomes.push_back(
-            std::async(std::launch::async, [&] { return client.get(server.url(), road()); }));
-    }
-    for (auto& future : outcomes) {
-        const Outcome outcome = future.get();
-        ASSERT_EQ(outcome.error, nullptr) << outcome.message();
-        EXPECT_EQ(outcome.body(), "GET 0");
-    }
-    EXPECT_EQ(prompt->asked, 1);
+    expectSixtyFourPass(std::deque{rightAnswer}, 1);
+}
+
+TEST_P(SquidTest, SixtyFourParallelRequestsAskTwiceAfterAWrongPassword) {
+    expectSixtyFourPass(std::deque{wrongAnswer, rightAnswer}, 2);
 }
 
 class SquidNonceTest : public BothRoads {};

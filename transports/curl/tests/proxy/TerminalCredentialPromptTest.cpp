@@ -88,8 +88,7 @@ public:
         std::string text;
         while (readMore(result_, text)) {
         }
-        ::waitpid(pid_, &status_, 0);
-        pid_ = -1;
+        waitForEnd();
         if (terminal_ >= 0) {
             termios settings{};
             EXPECT_EQ(::tcgetattr(terminal_, &settings), 0);
@@ -97,6 +96,10 @@ public:
             EXPECT_EQ(settings.c_iflag, former_.c_iflag);
         }
         return text;
+    }
+    void waitForEnd() {
+        ::waitpid(pid_, &status_, 0);
+        pid_ = -1;
     }
     int status() const { return status_; }
     void send(int signal) const { ::kill(pid_, signal); }
@@ -229,6 +232,15 @@ TEST(TerminalCredentialPromptTest, ASignalThatEndsTheProcessRestoresTheTerminalF
         EXPECT_TRUE(WIFSIGNALED(session.status()));
         EXPECT_EQ(WTERMSIG(session.status()), signal);
     }
+}
+
+// What the other tests see if nobody restores the settings.
+TEST(TerminalCredentialPromptTest, ASignalThatCannotBeCaughtLeavesTheTerminalChanged) {
+    Session session;
+    session.waitFor(namePrompt);
+    session.send(SIGKILL);
+    session.waitForEnd();
+    EXPECT_FALSE(session.isEchoing());
 }
 
 TEST(TerminalCredentialPromptTest, ASignalThatTheProgramHandlesIsLeftToIt) {
