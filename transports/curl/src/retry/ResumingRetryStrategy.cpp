@@ -13,9 +13,9 @@
 #include <foundation/httpclient_core/detail/BackoffHook.h>
 
 #include <algorithm>
+#include <map>
 #include <memory>
 #include <mutex>
-#include <unordered_map>
 #include <utility>
 
 namespace foundation::httpclient_curl {
@@ -113,7 +113,7 @@ private:
     }
 
     std::mutex mutex_;
-    std::unordered_map<std::string, Time> begun_;
+    std::map<std::string, Time> begun_;
 };
 
 struct Wait {

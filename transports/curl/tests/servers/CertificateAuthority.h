@@ -14,7 +14,7 @@ struct Certificate {
 /// An authority of the tests' own, made by the openssl program, and the server certificates it signs.
 class CertificateAuthority {
 public:
-    CertificateAuthority();
+    explicit CertificateAuthority(const std::string& name = "Test authority");
 
     /// The file for the configuration's `certificateFile`.
     std::string file() const { return folder_ / "authority.pem"; }
