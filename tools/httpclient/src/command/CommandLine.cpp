@@ -117,7 +117,9 @@ void describeRequest(CLI::App& command, HttpMethod method, Parsed& parsed) {
         ->type_name("N")
         ->check(wholeNumber(0, 1000))
         ->capture_default_str();
-    command.add_option("--proxy", options.proxy, "proxy to use, http://[USER:PASSWORD@]HOST:PORT")
+    command
+        .add_option("--proxy", options.proxy,
+                    "proxy to use, http://[USER:PASSWORD@]HOST:PORT; https and socks too")
         ->type_name("URL");
     command
         .add_option("--cacert", options.certificateFile,
