@@ -16,6 +16,7 @@ import sys
 
 sys.dont_write_bytecode = True
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+import document  # noqa: E402
 import plot  # noqa: E402
 import results as measured  # noqa: E402
 
@@ -132,14 +133,7 @@ def lines_of(goals, results):
 
 
 def table(lines):
-    rows = [HEADING + OTHERS] + [line.cells() for line in lines]
-    widths = [max(len(row[column]) for row in rows) for column in range(len(rows[0]))]
-    left = {0, 2, 8}
-    rows.insert(1, ["-" * width if column in left else "-" * (width - 1) + ":"
-                    for column, width in enumerate(widths)])
-    return "\n".join("| " + " | ".join(
-        cell.ljust(width) if column in left else cell.rjust(width)
-        for column, (cell, width) in enumerate(zip(row, widths))) + " |" for row in rows)
+    return document.table([HEADING + OTHERS] + [line.cells() for line in lines], left={0, 2, 8})
 
 
 def summary(lines):
@@ -158,31 +152,20 @@ def reasons(lines):
     return "\n".join(paragraphs) or "None."
 
 
-def first_match(path, pattern):
-    try:
-        with open(path, encoding="utf-8") as file:
-            match = re.search(pattern, file.read(), re.MULTILINE)
-    except OSError:
-        match = None
-    return match.group(1) if match else "unknown"
-
-
 def machine(context, repetitions):
-    memory = first_match("/proc/meminfo", r"^MemTotal: +(\d+) kB")
+    memory = document.first_match("/proc/meminfo", r"^MemTotal: +(\d+) kB")
     size = f"{int(memory) / 2**20:.0f} GB" if memory.isdigit() else memory
-    facts = {
-        "processor": first_match("/proc/cpuinfo", r"^model name\s*: (.*)$"),
+    return document.facts({
+        "processor": document.processor(),
         "processors in use": context["num_cpus"],
         "memory": size,
-        "system": first_match("/etc/os-release", r'^PRETTY_NAME="?([^"\n]*)'),
+        "system": document.system(),
         "build": "preset release (RelWithDebInfo)",
-        **{name: context[name] for name in sorted(context)
+        **{name.removeprefix("version of "): context[name] for name in sorted(context)
            if name.startswith("version of ")},
         "repetitions": repetitions,
         "date": datetime.date.today().isoformat(),
-    }
-    return "\n".join(["| | |", "|---|---|"] + [
-        f"| {name.removeprefix('version of ')} | {value} |" for name, value in facts.items()])
+    })
 
 
 def pictures(goals, results, folder):

@@ -1,11 +1,10 @@
 #include "Workloads.h"
+#include "transports/curl/tests/support/GeneratedBody.h"
 
 #include <foundation/httpclient_core.h>
 #include <foundation/httpclient_curl/CurlHttpClient.h>
 
-#include <algorithm>
 #include <atomic>
-#include <cstring>
 #include <future>
 #include <istream>
 #include <memory>
@@ -18,6 +17,8 @@ namespace {
 
 using namespace httpclient_core;
 using httpclient_curl::CurlHttpClient;
+using httpclient_curl::testing::GeneratedBuffer;
+using httpclient_curl::testing::StreamOver;
 
 void require(bool condition, const char* what) {
     if (!condition) {
@@ -97,62 +98,6 @@ private:
     std::int64_t& bytes_;
 };
 
-class CountingStream : public std::iostream {
-public:
-    explicit CountingStream(std::int64_t& bytes) : std::iostream(nullptr), buffer_(bytes) {
-        rdbuf(&buffer_);
-    }
-
-private:
-    CountingBuffer buffer_;
-};
-
-// That many times the same byte.
-class MadeBuffer : public std::streambuf {
-public:
-    explicit MadeBuffer(std::int64_t size) : size_(size) {}
-
-protected:
-    std::streamsize xsgetn(char* data, std::streamsize size) override {
-        const std::streamsize taken = std::min<std::streamsize>(size, size_ - position_);
-        std::memset(data, 'x', static_cast<std::size_t>(taken));
-        position_ += taken;
-        return taken;
-    }
-    int_type underflow() override {
-        return position_ < size_ ? traits_type::to_int_type('x') : traits_type::eof();
-    }
-    int_type uflow() override {
-        const int_type c = underflow();
-        position_ += position_ < size_ ? 1 : 0;
-        return c;
-    }
-    pos_type seekoff(off_type offset, std::ios::seekdir from, std::ios::openmode) override {
-        const std::int64_t base =
-            from == std::ios::beg ? 0 : (from == std::ios::cur ? position_ : size_);
-        position_ = base + offset;
-        return position_;
-    }
-    pos_type seekpos(pos_type position, std::ios::openmode) override {
-        position_ = position;
-        return position;
-    }
-
-private:
-    std::int64_t size_;
-    std::int64_t position_ = 0;
-};
-
-class MadeStream : public std::iostream {
-public:
-    explicit MadeStream(std::int64_t size) : std::iostream(nullptr), buffer_(size) {
-        rdbuf(&buffer_);
-    }
-
-private:
-    MadeBuffer buffer_;
-};
-
 }  // namespace
 
 Cost parallelGets(const std::string& url,
@@ -188,7 +133,7 @@ Cost download(const std::string& url, std::int64_t size) {
     HttpRequest request(HttpMethod::GET, url, {});
     request.setResponseStreamFactory(
         [&bytes](HttpResponseCode, const std::string&, const HttpHeaders&) {
-            return std::make_unique<CountingStream>(bytes);
+            return std::make_unique<StreamOver<CountingBuffer>>(bytes);
         });
     return costOf([&] {
         client.makeRequest(std::move(request));
@@ -200,7 +145,7 @@ Cost upload(const std::string& url, std::int64_t size) {
     CurlHttpClient client;
     client.setClientConfiguration(quietConfiguration());
     HttpRequest request(HttpMethod::PUT, url, {});
-    request.setRequestBody(std::make_unique<MadeStream>(size));
+    request.setRequestBody(std::make_unique<StreamOver<GeneratedBuffer>>(size));
     request.setHeaderValue("Content-Length", std::to_string(size));
     return costOf([&] {
         const HttpResponse response = client.makeRequest(std::move(request));

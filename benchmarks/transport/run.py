@@ -31,6 +31,10 @@ import tempfile
 import threading
 import time
 
+sys.dont_write_bytecode = True
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), os.pardir))
+import document  # noqa: E402
+
 GIB = 2**30
 SMALL = 1024
 
@@ -224,14 +228,7 @@ HEADING = ["workload", "transport", "libcurl alone", "ratio", "goal", "result"]
 
 
 def table(rows):
-    lines = [HEADING] + [row.cells() for row in rows]
-    widths = [max(len(line[column]) for line in lines) for column in range(len(HEADING))]
-    right = {1, 2, 3}
-    lines.insert(1, ["-" * (width - 1) + ":" if column in right else "-" * width
-                     for column, width in enumerate(widths)])
-    return "\n".join("| " + " | ".join(
-        cell.rjust(width) if column in right else cell.ljust(width)
-        for column, (cell, width) in enumerate(zip(line, widths))) + " |" for line in lines)
+    return document.table([HEADING] + [row.cells() for row in rows], left={0, 4, 5})
 
 
 DOCUMENT = """# Performance of the transport
@@ -266,15 +263,6 @@ kept all the same, because a body stream that blocks holds up only the transfers
 """
 
 
-def first_match(path, pattern):
-    try:
-        with open(path, encoding="utf-8") as file:
-            match = re.search(pattern, file.read(), re.MULTILINE)
-    except OSError:
-        match = None
-    return match.group(1) if match else "unknown"
-
-
 def version(command, pattern):
     try:
         run = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
@@ -286,20 +274,18 @@ def version(command, pattern):
 
 
 def machine(options):
-    facts = {
-        "processor": first_match("/proc/cpuinfo", r"^model name\s*: (.*)$"),
+    return document.facts({
+        "processor": document.processor(),
         "processors in use": os.cpu_count(),
         "load average at the end": f"{os.getloadavg()[0]:.1f}",
-        "system": first_match("/etc/os-release", r'^PRETTY_NAME="?([^"\n]*)'),
+        "system": document.system(),
         "nginx": version([shutil.which("nginx") or "/usr/sbin/nginx", "-v"], r"nginx/([\d.]+)"),
         "libcurl": version(["dpkg-query", "-W", "libcurl4"], r"\s(\S+)"),
         "build": "preset release (RelWithDebInfo)",
         "repetitions": options.repetitions,
         "requests in each": options.requests,
         "date": datetime.date.today().isoformat(),
-    }
-    return "\n".join(["| | |", "|---|---|"] + [f"| {name} | {value} |"
-                                               for name, value in facts.items()])
+    })
 
 
 def write_document(options, rows):

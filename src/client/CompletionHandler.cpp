@@ -3,9 +3,9 @@
 #include <foundation/httpclient_core/HttpRequest.h>
 #include <foundation/httpclient_core/HttpResponse.h>
 
+#include <cxxabi.h>
 #include <exception>
 #include <future>
-#include <system_error>
 #include <utility>
 
 namespace foundation::httpclient_core {
@@ -15,8 +15,7 @@ namespace {
 // of this library rely on the bare ones.
 class InvocationError : public std::future_error {
 public:
-    explicit InvocationError(const std::error_code& code)
-        : std::future_error(static_cast<std::future_errc>(code.value())) {}
+    using std::future_error::future_error;
 
     const char* what() const noexcept override {
         return code() == std::future_errc::no_state ? "no state" : "promise already satisfied";
@@ -25,6 +24,8 @@ public:
 
 }  // namespace
 
+CompletionHandler::Task::~Task() = default;
+
 CompletionHandler::CompletionHandler(CompletionHandler&&) noexcept = default;
 CompletionHandler& CompletionHandler::operator=(CompletionHandler&&) noexcept = default;
 CompletionHandler::~CompletionHandler() = default;
@@ -32,11 +33,17 @@ CompletionHandler::~CompletionHandler() = default;
 void CompletionHandler::operator()(HttpRequest request,
                                    HttpResponse response,
                                    std::exception_ptr error) {
+    if (task_ == nullptr) {
+        throw InvocationError(std::future_errc::no_state);
+    }
+    if (task_->invoked.exchange(true)) {
+        throw InvocationError(std::future_errc::promise_already_satisfied);
+    }
     try {
-        // What the wrapped callable throws stays in the task; only errors of the call itself come out.
-        task_(std::move(request), std::move(response), std::move(error));
-    } catch (const std::future_error& invocation) {
-        throw InvocationError(invocation.code());
+        task_->run(std::move(request), std::move(response), std::move(error));
+    } catch (const abi::__forced_unwind&) {
+        throw;       // The thread is being cancelled, which must not be stopped.
+    } catch (...) {  // NOLINT(bugprone-empty-catch): only errors of the call itself come out
     }
 }
 

@@ -72,8 +72,8 @@ constexpr Count counts[] = {
     {"Set-Cookie", 1},
     {"Build a request", 4},
     {"makeRequest", 19},
-    {"makeAsyncRequest with a handler", 24},
-    {"makeAsyncRequest with a future", 26},
+    {"makeAsyncRequest with a handler", 22},
+    {"makeAsyncRequest with a future", 24},
 };
 
 template <class Visit>

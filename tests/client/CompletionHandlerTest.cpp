@@ -2,14 +2,17 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <functional>
 #include <future>
 #include <memory>
 #include <stdexcept>
 #include <string>
 #include <system_error>
+#include <thread>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
 namespace foundation::httpclient_core {
 namespace {
@@ -193,6 +196,42 @@ TEST(CompletionHandlerTest, KeepsTheErrorOfAnEmptyFunction) {
     EXPECT_NO_THROW(invoke(handler));
     EXPECT_TRUE(
         refuses(handler, std::future_errc::promise_already_satisfied, "promise already satisfied"));
+}
+
+TEST(CompletionHandlerTest, RefusesAnInvocationByItsCallable) {
+    CompletionHandler* self = nullptr;
+    bool refused = false;
+    CompletionHandler handler = [&](HttpRequest, HttpResponse, std::exception_ptr) {
+        refused = static_cast<bool>(refuses(*self, std::future_errc::promise_already_satisfied,
+                                            "promise already satisfied"));
+    };
+    self = &handler;
+    invoke(handler);
+    EXPECT_TRUE(refused);
+}
+
+TEST(CompletionHandlerTest, RunsOnceWhenThreadsInvokeItTogether) {
+    for (int round = 0; round < 200; ++round) {
+        std::atomic<int> calls = 0;
+        std::atomic<int> refusals = 0;
+        CompletionHandler handler = [&calls](HttpRequest, HttpResponse, std::exception_ptr) {
+            ++calls;
+        };
+        {
+            std::vector<std::jthread> threads;
+            for (int i = 0; i < 3; ++i) {
+                threads.emplace_back([&] {
+                    try {
+                        invoke(handler);
+                    } catch (const std::future_error&) {
+                        ++refusals;
+                    }
+                });
+            }
+        }
+        ASSERT_EQ(calls, 1);
+        ASSERT_EQ(refusals, 2);
+    }
 }
 
 TEST(CompletionHandlerTest, HoldsTheCallableUntilItIsDestroyed) {

@@ -94,6 +94,20 @@ Ended TransportContract::attempt(ContractRoad road, HttpRequest request) {
     return attempt(road, std::move(request), std::move(response));
 }
 
+HttpResponse TransportContract::holdingResponse(const HttpRequest& request,
+                                                const std::string& body) {
+    HttpResponse response(request);
+    response.getResponseBody() << body;
+    return response;
+}
+
+Ended TransportContract::attemptAfter(const std::string& body, ContractRoad road) {
+    HttpRequest request = get();
+    request.setHeaderValue("Range", "bytes=" + std::to_string(body.size()) + "-");
+    HttpResponse response = holdingResponse(request, body);
+    return attempt(road, std::move(request), std::move(response));
+}
+
 Ended TransportContract::attempt(ContractRoad road, HttpRequest request, HttpResponse response) {
     if (road == ContractRoad::Synchronous) {
         std::exception_ptr error;

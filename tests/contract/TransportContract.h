@@ -134,6 +134,10 @@ protected:
     /// One attempt on the road, without the core around it. The handler's duties are checked.
     Ended attempt(ContractRoad road, HttpRequest request, HttpResponse response);
     Ended attempt(ContractRoad road, HttpRequest request);
+    /// A response that an attempt before has begun to fill.
+    static HttpResponse holdingResponse(const HttpRequest& request, const std::string& body);
+    /// One attempt that asks for what follows the body that its response holds.
+    Ended attemptAfter(const std::string& body, ContractRoad road);
     /// A whole request on the road, with the core's retries.
     Ended run(ContractRoad road, HttpRequest request);
     /// What reached the peer so far.

@@ -134,8 +134,8 @@ void Connection::reset() {
 bool Connection::pause(std::chrono::milliseconds time) {
     const auto end = std::chrono::steady_clock::now() + time;
     for (;;) {
-        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
-            end - std::chrono::steady_clock::now());
+        const auto left =
+            std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
         if (left <= std::chrono::milliseconds::zero()) {
             return true;
         }
@@ -248,7 +248,8 @@ bool Connection::readRequest(ReceivedRequest& request) {
     if (request.hasHeader("Expect")) {
         send("HTTP/1.1 100 Continue\r\n\r\n");
     }
-    if (sameName(request.header("Transfer-Encoding"), "chunked")) {
+    const std::string coding = request.header("Transfer-Encoding");
+    if (sameName(coding.substr(coding.rfind(' ') + 1), "chunked")) {
         return readChunked(request.body);
     }
     return readExactly(toNumber(request.header("Content-Length"), 10), request.body);

@@ -90,6 +90,18 @@ TEST(LoopbackServerTest, ResetsAndClosesAtAnyByte) {
     EXPECT_EQ(exchange(server.port(), "GET /reset HTTP/1.1\r\n\r\n").error, ECONNRESET);
 }
 
+TEST(LoopbackServerTest, PausesForTheWholeTime) {
+    std::promise<std::chrono::steady_clock::duration> paused;
+    LoopbackServer server([&paused](const ReceivedRequest&, Connection& connection) {
+        const auto begin = std::chrono::steady_clock::now();
+        EXPECT_TRUE(connection.pause(std::chrono::milliseconds(1)));
+        paused.set_value(std::chrono::steady_clock::now() - begin);
+        connection.close();
+    });
+    exchange(server.port(), "GET / HTTP/1.1\r\n\r\n");
+    EXPECT_GE(paused.get_future().get(), std::chrono::milliseconds(1));
+}
+
 TEST(LoopbackServerTest, StopEndsPausesAndOpenConnections) {
     Answer answer;
     std::thread client;

@@ -2,9 +2,11 @@
 #include <foundation/httpclient_core/HttpRequest.h>
 #include <foundation/httpclient_core/HttpResponse.h>
 
+#include <atomic>
 #include <concepts>
 #include <exception>
-#include <future>
+#include <functional>
+#include <memory>
 #include <type_traits>
 #include <utility>
 
@@ -42,7 +44,8 @@ public:
     template <class F>
         requires(!std::same_as<std::remove_cvref_t<F>, CompletionHandler> &&
                  std::invocable<std::decay_t<F>&, HttpRequest, HttpResponse, std::exception_ptr>)
-    CompletionHandler(F&& callable) : task_(std::forward<F>(callable)) {}
+    CompletionHandler(F&& callable)
+        : task_(std::make_unique<TaskOf<std::decay_t<F>>>(std::forward<F>(callable))) {}
 
     /// @{
     /// Moves the callable; the source is empty then, and invoking it is the error "no state". The
@@ -62,16 +65,39 @@ public:
     ~CompletionHandler();
 
     /// Invokes the callable and returns. An exception of the callable is caught and dropped, also
-    /// a `std::future_error`. Must not be called from the callable itself: that waits for ever.
+    /// a `std::future_error`. Takes no lock and makes no system call of its own.
     /// @throws std::future_error (a class derived from it) with the code
     ///     `promise_already_satisfied` and exactly the text "promise already satisfied", if it
-    ///     was invoked before; with the code `no_state` and exactly the text "no state", if it
+    ///     was invoked before, also by the callable itself or by another thread at the same time,
+    ///     of which one alone gets through; with the code `no_state` and exactly the text "no state", if it
     ///     was moved from. The arguments are lost.
     void operator()(HttpRequest request, HttpResponse response, std::exception_ptr error);
 
 private:
-    // By reference: the callable's own parameters are made straight from the arguments of the call.
-    std::packaged_task<void(HttpRequest&&, HttpResponse&&, std::exception_ptr&&)> task_;
+    // Not a std::packaged_task: to run one costs a system call, and nobody waits for its future.
+    struct Task {
+        virtual ~Task();
+        // By reference: the callable's own parameters are made straight from the arguments of the call.
+        virtual void run(HttpRequest&&, HttpResponse&&, std::exception_ptr&&) = 0;
+
+        std::atomic<bool> invoked = false;
+    };
+
+    template <class Callable>
+    struct TaskOf final : Task {
+        template <class F>
+        explicit TaskOf(F&& source) : callable(std::forward<F>(source)) {}
+
+        void run(HttpRequest&& request,
+                 HttpResponse&& response,
+                 std::exception_ptr&& error) override {
+            std::invoke(callable, std::move(request), std::move(response), std::move(error));
+        }
+
+        Callable callable;
+    };
+
+    std::unique_ptr<Task> task_;  ///< Null once moved from.
 };
 
 }  // namespace foundation::httpclient_core

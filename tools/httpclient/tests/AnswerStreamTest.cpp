@@ -1,4 +1,4 @@
-#include "tools/httpclient/AnswerStream.h"
+#include "output/AnswerStream.h"
 #include "tools/httpclient/tests/TemporaryFolder.h"
 
 #include <gtest/gtest.h>

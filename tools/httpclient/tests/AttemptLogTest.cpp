@@ -1,6 +1,7 @@
-#include "tools/httpclient/AttemptLog.h"
-#include "tools/httpclient/Report.h"
+#include "report/AttemptLog.h"
+#include "report/Report.h"
 
+#include <foundation/httpclient_core/HttpRequestCancelledException.h>
 #include <foundation/httpclient_core/HttpRequestFailedException.h>
 
 #include <gtest/gtest.h>
@@ -12,6 +13,7 @@ namespace foundation::httpclient_tool {
 namespace {
 
 using namespace std::chrono_literals;
+using httpclient_core::HttpRequestCancelledException;
 using httpclient_core::HttpRequestFailedException;
 using httpclient_core::HttpResponseCode;
 using httpclient_curl::AttemptReport;
@@ -88,6 +90,22 @@ TEST(AttemptLogTest, SaysWhereNoAnswerCame) {
     EXPECT_NE(describe(none).find("GET http://h/: not sent"), std::string::npos);
     none.code = HttpResponseCode::ResponseNotReceived;
     EXPECT_NE(describe(none).find("GET http://h/: no answer"), std::string::npos);
+}
+
+TEST(AttemptLogTest, DoesNotSayOfARefusedAnswerThatNoneCame) {
+    AttemptReport refused = report(1, 1);
+    refused.code = HttpResponseCode::ResponseNotReceived;
+    refused.error = std::make_exception_ptr(HttpRequestFailedException("The answer is malformed"));
+    EXPECT_TRUE(describe(refused).starts_with(
+        "attempt 1: GET http://h/f: no usable answer, The answer is malformed; 700 bytes"));
+}
+
+TEST(AttemptLogTest, DoesNotSayOfACancelledAttemptThatNothingWasSent) {
+    AttemptReport cancelled = report(1, 1);
+    cancelled.code = HttpResponseCode::RequestNotMade;
+    cancelled.error = std::make_exception_ptr(HttpRequestCancelledException());
+    EXPECT_TRUE(describe(cancelled).starts_with(
+        "attempt 1: GET http://h/f: given up, Request cancelled; 700 bytes received"));
 }
 
 TEST(ReportTest, IsOneDocumentWithEverythingAboutEachUrl) {

@@ -1,4 +1,4 @@
-#include "tools/httpclient/CommandLine.h"
+#include "command/CommandLine.h"
 #include "tools/httpclient/tests/FailsWith.h"
 #include "tools/httpclient/tests/TemporaryFolder.h"
 
@@ -136,6 +136,28 @@ TEST(CommandLineTest, HelpTellsOptionsAndExitCodes) {
     }
 }
 
+TEST(CommandLineTest, EachCommandTellsTheVersion) {
+    const std::string version = information({"--version"});
+    EXPECT_EQ(version.rfind("httpclient ", 0), 0U);
+    for (const char* command : {"get", "head", "put", "post", "delete", "patch"}) {
+        EXPECT_EQ(information({command, "--version"}), version);
+    }
+}
+
+TEST(CommandLineTest, NamesTheOptionThatThereIsNot) {
+    EXPECT_TRUE(testing::failsWith(ExitCode::Usage,
+                                   "there is no option --heade (see httpclient --help)",
+                                   [] { parseCommandLine({"get", "http://h/", "--heade=A: b"}); }));
+    EXPECT_TRUE(testing::failsWith(
+        ExitCode::Usage, "--parallel: takes a number, 1 to 64 (see httpclient --help)",
+        [] { parseCommandLine({"get", "http://h/", "--parallel", "x"}); }));
+}
+
+TEST(CommandLineTest, HelpKnowsThatHeadNeedsNoFiles) {
+    EXPECT_EQ(information({"head", "--help"}).find("several need -O"), std::string::npos);
+    EXPECT_NE(information({"get", "--help"}).find("several need -O"), std::string::npos);
+}
+
 struct Row {
     const char* label;
     Arguments arguments;
@@ -173,6 +195,9 @@ INSTANTIATE_TEST_SUITE_P(
         Row{"RetriesNegative", {"get", "http://h/", "--retries", "-1"}},
         Row{"RetriesTooMany", {"get", "http://h/", "--retries", "1001"}},
         Row{"MaxTimeZero", {"get", "http://h/", "--max-time", "0"}},
+        Row{"MaxTimeNotANumber", {"get", "http://h/", "--max-time", "nan"}},
+        Row{"MaxTimeForEver", {"get", "http://h/", "--max-time", "inf"}},
+        Row{"MaxTimeTooLong", {"get", "http://h/", "--max-time", "1e10"}},
         Row{"MaxTimeNoNumber", {"get", "http://h/", "--max-time", "soon"}},
         Row{"CertificatesMissing", {"get", "http://h/", "--cacert", "/nonexistent/ca.pem"}},
         Row{"OutputAndRemoteName", {"get", "http://h/", "-o", "a", "-O"}},
@@ -185,7 +210,14 @@ INSTANTIATE_TEST_SUITE_P(
         Row{"BodyOfAHead", {"head", "http://h/", "-d", "x"}},
         Row{"FileOfAHead", {"head", "http://h/", "-o", "x"}},
         Row{"BodyAndForm", {"post", "http://h/", "-d", "x", "-F", "a=1"}},
+        Row{"FormWithItsOwnType", {"post", "http://h/", "-F", "a=1", "-H", "content-type: a/b"}},
         Row{"StandardInputToTwo", {"post", "http://h/a", "http://h/b", "-O", "-d", "@-"}},
+        Row{"MisspeltHeader", {"get", "http://h/", "--heade=A: secret"}},
+        Row{"MisspeltShortOption", {"get", "http://h/", "-Zsecret"}},
+        Row{"HeaderForANumber", {"get", "http://h/", "--retries", "A: secret"}},
+        Row{"HeaderForATime", {"get", "http://h/", "--max-time", "A: secret"}},
+        Row{"HeaderForAFlag", {"get", "http://h/", "--json=secret"}},
+        Row{"NumberForAFlag", {"get", "http://h/", "--explain=5"}},
         Row{"HeaderWithoutColon", {"get", "http://h/", "-H", "secret"}},
         Row{"HeaderWithoutName", {"get", "http://h/", "-H", ": secret"}},
         Row{"HeaderNameWithBlank", {"get", "http://h/", "-H", "a b: secret"}},

@@ -1,4 +1,4 @@
-#include "tools/httpclient/Completeness.h"
+#include "entity/Completeness.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "tools/httpclient/Destination.h"
+#include "output/Destination.h"
 #include "tools/httpclient/tests/FailsWith.h"
 #include "tools/httpclient/tests/SmallFilesOnly.h"
 #include "tools/httpclient/tests/TemporaryFolder.h"
@@ -98,20 +98,46 @@ TEST_F(DestinationTest, TheFileBehindASymbolicLinkIsReplaced) {
     EXPECT_EQ(other.read("real"), "new");
 }
 
+TEST_F(DestinationTest, ALinkToNothingYetStaysALink) {
+    const TemporaryFolder other;
+    std::filesystem::create_symlink(other / "real", folder_ / "far");
+    std::filesystem::create_symlink("far", folder_ / "near");
+    const auto destination = open(folder_ / "near");
+    EXPECT_TRUE(fill(*destination, "new"));
+    destination->publish();
+    EXPECT_TRUE(std::filesystem::is_symlink(folder_ / "near"));
+    EXPECT_TRUE(std::filesystem::is_symlink(folder_ / "far"));
+    EXPECT_EQ(other.read("real"), "new");
+}
+
+TEST_F(DestinationTest, LinksInACircleFailAtOnceAndStay) {
+    std::filesystem::create_symlink("b", folder_ / "a");
+    std::filesystem::create_symlink("a", folder_ / "b");
+    EXPECT_TRUE(failsWith(ExitCode::Failed,
+                          "cannot write " + (folder_ / "a").string() +
+                              ": Too many levels of symbolic links; check the symbolic links",
+                          [&] { open(folder_ / "a"); }));
+    EXPECT_THAT(folder_.names(), ElementsAre("a", "b"));
+}
+
 TEST_F(DestinationTest, AFolderThatIsMissingOrNoFolderFailsAtOnce) {
     const std::string missing = (folder_ / "no").string() + "/f";
     EXPECT_TRUE(failsWith(ExitCode::Failed,
-                          "cannot create " + missing + ".part.journal: No such file or directory",
+                          "cannot create " + missing +
+                              ".part.journal: No such file or directory; "
+                              "check the name and its folder",
                           [&] { open(missing); }));
-    EXPECT_TRUE(failsWith(ExitCode::Failed,
-                          "cannot write " + folder_.path().string() + ": Is a directory",
-                          [&] { open(folder_.path()); }));
+    EXPECT_TRUE(
+        failsWith(ExitCode::Failed,
+                  "cannot write " + folder_.path().string() + ": Is a directory; name a file",
+                  [&] { open(folder_.path()); }));
 }
 
 TEST_F(DestinationTest, ATooLongNameFailsAtOnce) {
     const std::filesystem::path path = folder_ / std::string(255, 'x');
     EXPECT_TRUE(failsWith(ExitCode::Failed,
-                          "cannot create " + path.string() + ".part.journal: File name too long",
+                          "cannot create " + path.string() +
+                              ".part.journal: File name too long; choose a shorter name",
                           [&] { open(path); }));
 }
 
@@ -126,7 +152,8 @@ TEST_F(DestinationTest, AWriteThatFailedIsNeverPublished) {
         }
         ASSERT_TRUE(destination->trouble().has_value());
         EXPECT_TRUE(failsWith(ExitCode::Failed,
-                              "cannot write " + (folder_ / "f").string() + ": File too large",
+                              "cannot write " + (folder_ / "f").string() +
+                                  ": File too large; allow larger files, or choose another place",
                               [&] { destination->publish(); }));
     }
     EXPECT_THAT(folder_.names(), ElementsAre("f"));
@@ -137,9 +164,10 @@ TEST_F(DestinationTest, ARenameThatFailsLeavesNothing) {
     {
         const auto destination = open(folder_ / "f");
         std::filesystem::create_directory(folder_ / "f");
-        EXPECT_TRUE(failsWith(ExitCode::Failed,
-                              "cannot write " + (folder_ / "f").string() + ": Is a directory",
-                              [&] { destination->publish(); }));
+        EXPECT_TRUE(
+            failsWith(ExitCode::Failed,
+                      "cannot write " + (folder_ / "f").string() + ": Is a directory; name a file",
+                      [&] { destination->publish(); }));
     }
     EXPECT_THAT(folder_.names(), ElementsAre("f"));
 }
@@ -164,7 +192,9 @@ TEST_F(DestinationTest, DevicesAreWrittenNotReplaced) {
 TEST_F(DestinationTest, AFullDeviceIsNoticed) {
     const auto destination = open("/dev/full");
     EXPECT_FALSE(fill(*destination, "x"));
-    EXPECT_TRUE(failsWith(ExitCode::Failed, "cannot write /dev/full: No space left on device",
+    EXPECT_TRUE(failsWith(ExitCode::Failed,
+                          "cannot write /dev/full: No space left on device; free some "
+                          "space, or choose another place",
                           [&] { destination->publish(); }));
     EXPECT_TRUE(std::filesystem::is_character_file("/dev/full"));
 }

@@ -1,5 +1,5 @@
-#include "tools/httpclient/ContentRange.h"
-#include "tools/httpclient/Entity.h"
+#include "entity/ContentRange.h"
+#include "entity/Entity.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "tools/httpclient/ErrorOutput.h"
+#include "terminal/ErrorOutput.h"
 
 #include <gtest/gtest.h>
 

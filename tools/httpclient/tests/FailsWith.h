@@ -1,5 +1,5 @@
 #pragma once
-#include "tools/httpclient/Failure.h"
+#include "report/Failure.h"
 
 #include <gtest/gtest.h>
 

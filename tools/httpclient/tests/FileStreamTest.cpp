@@ -1,6 +1,6 @@
-#include "tools/httpclient/FileStream.h"
 #include "tools/httpclient/tests/SmallFilesOnly.h"
 #include "tools/httpclient/tests/TemporaryFolder.h"
+#include "transfer/FileStream.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "tools/httpclient/HeadText.h"
+#include "report/HeadText.h"
 
 #include <gtest/gtest.h>
 
@@ -31,6 +31,13 @@ TEST(HeadTextTest, OnlyNamesOnTheListAreShown) {
 TEST(HeadTextTest, QueriesOfShownHeadersAreNot) {
     EXPECT_EQ(shownHeaders({{"Location", "/p?token=x"}, {"location", "/p"}}),
               (Lines{"Location: /p?...", "location: /p"}));
+}
+
+TEST(HeadTextTest, ALocationIsShownWithoutFragmentAndUserInformation) {
+    EXPECT_EQ(shownHeaders({{"Location", "/p#access_token=x"},
+                            {"location", "//u:p@h/p?it's x"},
+                            {"ETag", "\"a#b@c\""}}),
+              (Lines{"Location: /p#...", "location: //...@h/p?...", "ETag: \"a#b@c\""}));
 }
 
 }  // namespace

@@ -3,6 +3,10 @@
 #include "tests/support/LoopbackServer.h"
 #include "tools/httpclient/tests/HttpclientFixture.h"
 
+#include <fstream>
+#include <future>
+#include <thread>
+
 namespace foundation::httpclient_tool {
 namespace {
 
@@ -50,6 +54,17 @@ TEST_F(HttpclientRequestsTest, SendsStandardInput) {
               0);
     EXPECT_EQ(output(), "POST / from a pipe");
     EXPECT_EQ(server.requests().at(0).header("Content-Length"), "11");
+}
+
+TEST_F(HttpclientRequestsTest, AClosedStandardInputIsNoEmptyBody) {
+    LoopbackServer server(echo);
+    EXPECT_EQ(startCommand({"sh", "-c", "exec \"$0\" post \"$1\" -d @- <&-", HTTPCLIENT_PROGRAM,
+                            server.url("/")},
+                           -1)
+                  ->wait(),
+              1);
+    expectOneLine("cannot read standard input: Bad file descriptor");
+    EXPECT_EQ(server.requestCount(), 0);
 }
 
 TEST_F(HttpclientRequestsTest, SendsAForm) {
@@ -217,6 +232,67 @@ TEST_F(HttpclientRequestsTest, ExplainTellsTheResumes) {
     EXPECT_THAT(errors(),
                 ::testing::ContainsRegex("\\* attempt 2: GET [^ ]+: status 206; 200000 bytes "
                                          "received, 100000 kept, 0 thrown away, resumed"));
+}
+
+// The name of one file is that of the other's partial file.
+TEST_F(HttpclientRequestsTest, FilesWhoseNamesMeetAreNeverMixed) {
+    std::promise<void> published;
+    LoopbackServer server([&](const ReceivedRequest& request, Connection& connection) {
+        if (request.target == "/f") {
+            connection.send("HTTP/1.1 200 OK\r\nContent-Length: 4\r\n\r\nof");
+            // The other one is whole by now.
+            published.get_future().wait();
+            connection.send(" f");
+        } else {
+            connection.sendResponse(200, "OK", {}, "of f.part");
+        }
+    });
+    const auto process =
+        startCommand({"sh", "-c", "cd \"$1\" && exec \"$0\" get -O --parallel 2 \"$2\" \"$3\"",
+                      HTTPCLIENT_PROGRAM, folder_.path(), server.url("/f"), server.url("/f.part")},
+                     -1);
+    const auto isWhole = [this] {
+        std::ifstream file(folder_ / "f.part");
+        return testing::readAll(file) == "of f.part";
+    };
+    while (!isWhole()) {
+        std::this_thread::yield();
+    }
+    published.set_value();
+    EXPECT_EQ(process->wait(), 1);
+    expectOneLine("cannot write f: f\\.part was replaced or removed meanwhile");
+    EXPECT_THAT(folder_.names(), ElementsAre("f.part"));
+    EXPECT_EQ(folder_.read("f.part"), "of f.part");
+}
+
+TEST_F(HttpclientRequestsTest, AnEmptySecondVersionIsNotTakenForTheRest) {
+    LoopbackServer server([](const ReceivedRequest& request, Connection& connection) {
+        if (request.number % 2 == 0) {
+            connection.send("HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\n01234");
+            connection.close();
+        } else {
+            connection.send("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n0\r\n\r\n");
+        }
+    });
+    EXPECT_EQ(run({"get", server.url()}), 9);
+    EXPECT_EQ(output(), "01234");
+    EXPECT_EQ(getFile(server.url()), 0);
+    EXPECT_EQ(folder_.read("f"), "");
+}
+
+TEST_F(HttpclientRequestsTest, AQueryWithSpacesAndQuotesIsInNoOutput) {
+    FlakyFileServer::Options options;
+    options.size = 300'000;
+    options.dropAfter = 100'000;
+    options.drops = 2;
+    const FlakyFileServer server(options);
+    const std::string url = server.url() + "?q=it's canary&r=\"canary\" <canary>,canary;(canary)";
+    EXPECT_EQ(getFile(url, {"--retries", "0", "-v", "--explain", "--json"}), 1);
+    EXPECT_THAT(errors() + output() + folder_.read("f.part.journal"), Not(HasSubstr("canary")));
+    EXPECT_EQ(getFile(url, {"--resume", "-v", "--explain", "--json"}), 0);
+    EXPECT_THAT(errors() + output(), Not(HasSubstr("canary")));
+    EXPECT_TRUE(folder_.read("f") == server.content());
+    EXPECT_THAT(server.requests().at(0).target, HasSubstr("canary"));
 }
 
 // What no output may hold, at full verbosity, with a redirect to another origin and a retry on the way.

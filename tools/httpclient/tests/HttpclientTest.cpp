@@ -203,18 +203,9 @@ TEST_F(HttpclientTest, AServerErrorInBetweenDoesNotSpoilTheFile) {
 }
 
 TEST_F(HttpclientTest, AChangedFileIsNotMixedWithTheOldOne) {
-    LoopbackServer server([](const ReceivedRequest& request, Connection& connection) {
-        if (request.number == 0) {
-            connection.send(
-                "HTTP/1.1 200 OK\r\nAccept-Ranges: bytes\r\nETag: \"1\"\r\n"
-                "Content-Length: 10\r\n\r\nold o");
-            connection.close();
-        } else {
-            connection.sendResponse(200, "OK", {{"ETag", "\"2\""}}, "new file");
-        }
-    });
-    EXPECT_EQ(getFile(server.url()), 0);
-    EXPECT_EQ(folder_.read("f"), "new file");
+    ChangingServer server;
+    EXPECT_EQ(getFile(server->url()), 0);
+    EXPECT_EQ(folder_.read("f"), "a new version");
 }
 
 TEST_F(HttpclientTest, NotFoundIsFour) {

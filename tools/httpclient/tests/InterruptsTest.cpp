@@ -1,4 +1,4 @@
-#include "tools/httpclient/Interrupts.h"
+#include "signals/Interrupts.h"
 
 #include <gtest/gtest.h>
 

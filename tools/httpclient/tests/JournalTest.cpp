@@ -1,6 +1,6 @@
-#include "tools/httpclient/Failure.h"
-#include "tools/httpclient/Journal.h"
-#include "tools/httpclient/Sha256.h"
+#include "output/Journal.h"
+#include "output/Sha256.h"
+#include "report/Failure.h"
 #include "tools/httpclient/tests/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
@@ -180,6 +180,14 @@ TEST_F(JournalTest, OnlyItsOwnerReadsIt) {
     struct stat status{};
     ASSERT_EQ(::stat(path_.c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 0777U, 0600U);
+}
+
+TEST_F(JournalTest, RemovesNoFileOfSomebodyElse) {
+    const auto journal = Journal::open(folder_ / "j").journal;
+    folder_.write("other", "theirs");
+    std::filesystem::rename(folder_ / "other", folder_ / "j");
+    journal->remove();
+    EXPECT_EQ(folder_.read("j"), "theirs");
 }
 
 TEST_F(JournalTest, AFolderThatIsMissingIsAFailure) {

@@ -1,4 +1,4 @@
-#include "tools/httpclient/PartialFile.h"
+#include "output/PartialFile.h"
 #include "tools/httpclient/tests/FailsWith.h"
 #include "tools/httpclient/tests/TemporaryFolder.h"
 
@@ -186,14 +186,30 @@ TEST_F(PartialFileTest, APartThatIsShorterThanItsJournalSaysIsNotBuiltOn) {
     EXPECT_FALSE(open(true)->heldPart().has_value());
 }
 
+TEST_F(PartialFileTest, AFileOfSomebodyElseUnderThePartialNameIsNeverPublished) {
+    {
+        const auto file = open(false);
+        EXPECT_TRUE(file->append(file->begin(0, strong), "ours"));
+        folder_.write("other", "theirs");
+        std::filesystem::rename(folder_ / "other", folder_ / "f.part");
+        EXPECT_TRUE(failsWith(ExitCode::Failed,
+                              "cannot write " + (folder_ / "f").string() + ": " +
+                                  (folder_ / "f.part").string() +
+                                  " was replaced or removed meanwhile; choose another name",
+                              [&] { file->publish(); }));
+    }
+    EXPECT_THAT(folder_.names(), ElementsAre("f.part"));
+    EXPECT_EQ(folder_.read("f.part"), "theirs");
+}
+
 TEST_F(PartialFileTest, TheServerMayStartOverOrRefuse) {
     leave(randomBytes(2'500'000));
     const auto file = open(true);
     const std::int64_t size = file->heldPart()->size;
-    EXPECT_TRUE(failsWith(
-        ExitCode::ResumeRefused,
-        "cannot resume " + (folder_ / "f.part").string() + ": the server sent another part",
-        [&] { file->begin(size - 1, strong); }));
+    EXPECT_TRUE(failsWith(ExitCode::ResumeRefused,
+                          "cannot resume " + (folder_ / "f.part").string() +
+                              ": the server sent another part; run again without --resume",
+                          [&] { file->begin(size - 1, strong); }));
     EXPECT_TRUE(file->append(file->begin(0, strong), "another version"));
     file->publish();
     EXPECT_EQ(folder_.read("f"), "another version");

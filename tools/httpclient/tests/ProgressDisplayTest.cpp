@@ -1,4 +1,4 @@
-#include "tools/httpclient/ProgressDisplay.h"
+#include "terminal/ProgressDisplay.h"
 
 #include <gtest/gtest.h>
 
@@ -16,7 +16,8 @@ protected:
     ProgressDisplay::TimePoint now_{};
     std::ostringstream stream_;
     ErrorOutput output_{stream_, true};
-    ProgressDisplay::Look look_{.files = 1, .columns = [] { return 20; }};  // no room for a bar
+    // No room for a bar beside a line with a rate.
+    ProgressDisplay::Look look_{.files = 1, .columns = [] { return 48; }};
 };
 
 TEST_F(ProgressDisplayTest, ShowsBytesShareRateAndRetries) {
@@ -68,16 +69,38 @@ TEST_F(ProgressDisplayTest, StartingOverForgetsTheRate) {
     EXPECT_EQ(shown.line(), "1.1 kB of 10.0 kB, 11 %, 1.0 kB/s, 0:08 left");
 }
 
+TEST_F(ProgressDisplayTest, ALineIsCutBeforeItReachesTheLastColumn) {
+    look_.columns = [] { return 20; };
+    ProgressDisplay shown(output_, true, [this] { return now_; }, look_);
+    now_ += 1s;
+    shown.update(12'345'678, 37'654'322);
+    EXPECT_EQ(stream_.str(), "\r\x1b[K12.3 MB of 50.0 MB,");
+    look_.columns = [] { return 0; };
+    stream_.str("");
+    ProgressDisplay(output_, true, [this] { return now_; }, look_).update(1, 9);
+    EXPECT_EQ(stream_.str(), "\r\x1b[K");
+}
+
+TEST_F(ProgressDisplayTest, WhatFollowsAnAbandonedLineStandsBelowIt) {
+    ProgressDisplay shown(output_, true, [this] { return now_; }, look_);
+    shown.abandon();
+    EXPECT_EQ(stream_.str(), "");
+    shown.update(1, 0);
+    shown.abandon();
+    EXPECT_EQ(stream_.str(), "\r\x1b[K1 B\n");
+}
+
 TEST_F(ProgressDisplayTest, ShowsNoMoreThanTenLinesASecond) {
+    look_.columns = [] { return 37; };
     ProgressDisplay shown(output_, true, [this] { return now_; }, look_);
     shown.update(1, 9);
     now_ += 99ms;
     shown.update(2, 8);
-    EXPECT_EQ(stream_.str(), "\r\x1b[K1 B of 10 B, 10 %");
+    const std::string first = "\r\x1b[K[=>              ] 1 B of 10 B, 10 %";
+    EXPECT_EQ(stream_.str(), first);
     now_ += 1ms;
     shown.update(3, 7);
-    EXPECT_EQ(stream_.str(),
-              "\r\x1b[K1 B of 10 B, 10 %\r\x1b[K3 B of 10 B, 30 %, 30 B/s, 0:00 left");
+    EXPECT_EQ(stream_.str(), first + "\r\x1b[K3 B of 10 B, 30 %, 30 B/s, 0:00 left");
 }
 
 TEST_F(ProgressDisplayTest, FinishLeavesTheSummary) {

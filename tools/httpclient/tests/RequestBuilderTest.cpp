@@ -1,6 +1,6 @@
-#include "tools/httpclient/RequestBuilder.h"
 #include "tools/httpclient/tests/FailsWith.h"
 #include "tools/httpclient/tests/TemporaryFolder.h"
+#include "transfer/RequestBuilder.h"
 
 #include <foundation/httpclient_core/Version.h>
 #include <foundation/httpclient_core/detail/TransportAccess.h>
@@ -105,15 +105,73 @@ TEST_F(RequestBuilderTest, APipeIsCopiedFirstAndCanBeSentTwice) {
 TEST_F(RequestBuilderTest, WhatCannotBeReadIsAFailure) {
     const std::string none = (folder_ / "none").string();
     options_.data = "@" + none;
-    EXPECT_TRUE(failsWith(ExitCode::Failed, "cannot read " + none + ": No such file or directory",
-                          [this] { build(); }));
+    EXPECT_TRUE(failsWith(
+        ExitCode::Failed,
+        "cannot read " + none + ": No such file or directory; check the name and its folder",
+        [this] { build(); }));
     options_.data = "@" + folder_.path().string();
-    EXPECT_TRUE(failsWith(ExitCode::Failed,
-                          "cannot read " + folder_.path().string() + ": Is a directory",
-                          [this] { build(); }));
+    EXPECT_TRUE(
+        failsWith(ExitCode::Failed,
+                  "cannot read " + folder_.path().string() + ": Is a directory; name a file",
+                  [this] { build(); }));
     options_.data = "@-";
-    EXPECT_TRUE(failsWith(ExitCode::Failed, "cannot read standard input: Bad file descriptor",
+    EXPECT_TRUE(failsWith(ExitCode::Failed,
+                          "cannot read standard input: Bad file descriptor; it is closed; "
+                          "open it, or choose another place",
                           [this] { build(-1); }));
+}
+
+TEST_F(RequestBuilderTest, AFileWithoutANameIsWrongUsage) {
+    options_.data = "@";
+    EXPECT_TRUE(failsWith(ExitCode::Usage, "-d takes a text, @FILE, or @- for standard input",
+                          [this] { build(); }));
+}
+
+TEST_F(RequestBuilderTest, AFolderForTemporaryFilesThatIsMissingIsNamed) {
+    const char* const former = std::getenv("TMPDIR");
+    const std::string formerText = former != nullptr ? former : "";
+    ::setenv("TMPDIR", (folder_ / "none").c_str(), 1);
+    options_.data = "@-";
+    EXPECT_TRUE(failsWith(ExitCode::Failed,
+                          "cannot use the folder for temporary files that TMPDIR names: No such "
+                          "file or directory; check the name and its folder",
+                          [this] { build(); }));
+    if (former != nullptr) {
+        ::setenv("TMPDIR", formerText.c_str(), 1);
+    } else {
+        ::unsetenv("TMPDIR");
+    }
+}
+
+TEST_F(RequestBuilderTest, AFormFieldCannotForgeLines) {
+    folder_.write("f", "x");
+    const std::string file = (folder_ / "f").string();
+    for (const std::string& field : {std::string("a\r\nX: y=b"), std::string("a\x7F=b")}) {
+        options_.form = {field};
+        EXPECT_TRUE(failsWith(ExitCode::Usage, "the name of a form field has a control character",
+                              [this] { build(); }));
+    }
+    options_.form = {"a=@" + file + ";type=text/x\nX: y"};
+    EXPECT_TRUE(failsWith(ExitCode::Usage, "the type of a form field has a control character",
+                          [this] { build(); }));
+    options_.form = {"a=line\r\nline"};
+    EXPECT_EQ(build().getMultipartBody().getDataPart("a").getData(), "line\r\nline");
+}
+
+TEST_F(RequestBuilderTest, AFormTakesNoPipes) {
+    options_.form = {"a=@/dev/null"};
+    EXPECT_TRUE(
+        failsWith(ExitCode::Failed,
+                  "cannot send /dev/null in a form: it is no regular file; copy it into one",
+                  [this] { build(); }));
+}
+
+TEST_F(RequestBuilderTest, AFolderIsNoFileForAForm) {
+    options_.form = {"a=@" + folder_.path().string()};
+    EXPECT_TRUE(
+        failsWith(ExitCode::Failed,
+                  "cannot read " + folder_.path().string() + ": Is a directory; name a file",
+                  [this] { build(); }));
 }
 
 TEST_F(RequestBuilderTest, AFormHasItsFieldsAndFiles) {
@@ -140,8 +198,10 @@ TEST_F(RequestBuilderTest, AFieldWithoutANameIsWrongUsage) {
     }
     const std::string none = (folder_ / "none").string();
     options_.form = {"name=@" + none};
-    EXPECT_TRUE(failsWith(ExitCode::Failed, "cannot read " + none + ": No such file or directory",
-                          [this] { build(); }));
+    EXPECT_TRUE(failsWith(
+        ExitCode::Failed,
+        "cannot read " + none + ": No such file or directory; check the name and its folder",
+        [this] { build(); }));
 }
 
 TEST_F(RequestBuilderTest, SettingsReachTheConfiguration) {

@@ -1,4 +1,4 @@
-#include "tools/httpclient/SafeText.h"
+#include "text/SafeText.h"
 
 #include <gtest/gtest.h>
 
@@ -18,6 +18,28 @@ TEST(SafeTextTest, EscapesEveryControlByteAndNothingElse) {
     EXPECT_EQ(withoutControlBytes("\x1b[2Jforged"), "\\x1B[2Jforged");
     EXPECT_EQ(withoutControlBytes(" ~\\\xC3\xA4\x80"), " ~\\\xC3\xA4\x80");
     EXPECT_EQ(withoutControlBytes(""), "");
+}
+
+TEST(SafeTextTest, EscapesTheSecondSetOfControlCharacters) {
+    EXPECT_EQ(withoutControlBytes("\xC2\x9B"
+                                  "31m"),
+              "\\xC2\\x9B31m");
+    EXPECT_EQ(withoutControlBytes("\xC2\x80\xC2\x9F"), "\\xC2\\x80\\xC2\\x9F");
+    EXPECT_EQ(withoutControlBytes("\xC2\xA0\xC2"), "\xC2\xA0\xC2");
+}
+
+TEST(SafeTextTest, AQueryIsSecretToItsEnd) {
+    EXPECT_EQ(shownUrl("http://h/p?q=it's secret&r=\"s\" <t>"), "http://h/p?...");
+    EXPECT_EQ(shownUrl("http://u:p w@h/a b#s t"), "http://...@h/a b#...");
+    EXPECT_EQ(shownUrl("/p?u=http://u:p@h/"), "/p?...");
+    EXPECT_EQ(shownUrl("//u:p@h/p"), "//...@h/p");
+    EXPECT_EQ(shownUrl("p\x1b#x"), "p\\x1B#...");
+    EXPECT_EQ(shownUrl("http://h:80/p"), "http://h:80/p");
+    EXPECT_EQ(shownUrl(""), "");
+}
+
+TEST(SafeTextTest, AShownUrlStaysAsItIsInASentence) {
+    EXPECT_EQ(safeText(shownUrl("http://u:p@h/a b?c d") + ": x"), "http://...@h/a b?...: x");
 }
 
 struct Row {

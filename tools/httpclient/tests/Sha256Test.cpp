@@ -1,4 +1,4 @@
-#include "tools/httpclient/Sha256.h"
+#include "output/Sha256.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "tools/httpclient/SignalThread.h"
+#include "signals/SignalThread.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "tools/httpclient/StreamOutput.h"
+#include "output/StreamOutput.h"
 #include "tools/httpclient/tests/FailsWith.h"
 #include "tools/httpclient/tests/TemporaryFolder.h"
 
@@ -153,13 +153,17 @@ TEST_F(StreamOutputTest, WithoutABodyThePreambleIsAll) {
 }
 
 TEST_F(StreamOutputTest, AClosedDescriptorFailsAtOnce) {
-    EXPECT_TRUE(failsWith(ExitCode::Failed, "cannot write standard output: Bad file descriptor",
+    EXPECT_TRUE(failsWith(ExitCode::Failed,
+                          "cannot write standard output: Bad file descriptor; it is closed; "
+                          "open it, or choose another place",
                           [] { StreamOutput::onDescriptor("standard output", -1); }));
 }
 
 TEST_F(StreamOutputTest, ADescriptorForReadingFailsAtOnce) {
     const int readOnly = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
-    EXPECT_TRUE(failsWith(ExitCode::Failed, "cannot write standard output: Bad file descriptor",
+    EXPECT_TRUE(failsWith(ExitCode::Failed,
+                          "cannot write standard output: Bad file descriptor; it is closed; "
+                          "open it, or choose another place",
                           [=] { StreamOutput::onDescriptor("standard output", readOnly); }));
     ::close(readOnly);
 }
@@ -227,7 +231,9 @@ TEST_F(StreamOutputTest, AReaderThatWentAwayIsAnError) {
     const auto former = std::signal(SIGPIPE, SIG_IGN);
     EXPECT_FALSE(begins(*output, "x"));
     std::signal(SIGPIPE, former);
-    EXPECT_TRUE(failsWith(ExitCode::Failed, "cannot write standard output: Broken pipe",
+    EXPECT_TRUE(failsWith(ExitCode::Failed,
+                          "cannot write standard output: Broken pipe; its reader has gone; "
+                          "let it read to the end",
                           [&output] { output->publish(); }));
 }
 

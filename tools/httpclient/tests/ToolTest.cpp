@@ -1,4 +1,4 @@
-#include "tools/httpclient/Tool.h"
+#include "Tool.h"
 #include "tools/httpclient/tests/ScriptedClient.h"
 #include "tools/httpclient/tests/SmallFilesOnly.h"
 #include "tools/httpclient/tests/TemporaryFolder.h"
@@ -192,11 +192,10 @@ TEST_F(ToolTest, AnErrorPageNeverReachesStandardOutput) {
 }
 
 TEST_F(ToolTest, ARedirectionThatEndsThereIsExitCodeThree) {
-    script_.steps = {answer(304, "Not Modified", "")};
-    expectFailure(ExitCode::Redirection,
-                  std::string(shownUrl) +
-                      ": HTTP status 304 Not Modified; ask for the URL it names, "
-                      "or allow more --max-redirects");
+    script_.steps = {answer(302, "Found", "", {{"Location", "/g"}})};
+    expectFailure(ExitCode::Redirection, std::string(shownUrl) +
+                                             ": HTTP status 302 Found; ask for the URL it names, "
+                                             "or allow more --max-redirects");
 }
 
 TEST_F(ToolTest, AServerErrorIsRetriedAndThenExitCodeFive) {
@@ -334,7 +333,8 @@ TEST_F(ToolTest, AFullDiskIsExitCodeOneAndNotRetried) {
         const testing::SmallFilesOnly limit(1000);
         EXPECT_EQ(getFile(), ExitCode::Failed);
     }
-    EXPECT_EQ(errors(), "httpclient: cannot write " + name + ": File too large\n");
+    EXPECT_EQ(errors(), "httpclient: cannot write " + name +
+                            ": File too large; allow larger files, or choose another place\n");
     EXPECT_THAT(folder_.names(), ElementsAre("f"));
     EXPECT_EQ(folder_.read("f"), "old");
     EXPECT_TRUE(script_.waits.empty());
@@ -343,14 +343,17 @@ TEST_F(ToolTest, AFullDiskIsExitCodeOneAndNotRetried) {
 TEST_F(ToolTest, AFullDeviceIsExitCodeOne) {
     script_.steps = {serve("content")};
     EXPECT_EQ(get({"-o", "/dev/full"}), ExitCode::Failed);
-    EXPECT_EQ(errors(), "httpclient: cannot write /dev/full: No space left on device\n");
+    EXPECT_EQ(errors(),
+              "httpclient: cannot write /dev/full: No space left on device; "
+              "free some space, or choose another place\n");
 }
 
 TEST_F(ToolTest, AFolderThatIsMissingIsExitCodeOneBeforeAnythingIsSent) {
     const std::string name = (folder_ / "none").string() + "/f";
     EXPECT_EQ(get({"-o", name}), ExitCode::Failed);
-    EXPECT_EQ(errors(),
-              "httpclient: cannot create " + name + ".part.journal: No such file or directory\n");
+    EXPECT_EQ(errors(), "httpclient: cannot create " + name +
+                            ".part.journal: No such file or directory; "
+                            "check the name and its folder\n");
     EXPECT_EQ(clients_, 0);
 }
 
@@ -702,6 +705,30 @@ TEST_F(ToolTest, SendsBodiesWithEachMethod) {
 TEST_F(ToolTest, APostIsNotSentTwice) {
     script_.steps = {answer(503, "Busy", "")};
     EXPECT_EQ(runWith({"post", "http://h/", "-d", "x"}), ExitCode::ServerError);
+    EXPECT_EQ(errors(), "httpclient: http://h/: HTTP status 503 Busy; try again later\n");
+}
+
+TEST_F(ToolTest, NoLineAndNoFileTellsAQueryWithSpacesAndQuotes) {
+    const std::string url = "http://h/p?a=it's canary&b=\"canary\" <canary>";
+    script_.steps = {answer(404, "Not Found", "")};
+    EXPECT_EQ(runWith({"get", "-v", "--explain", url}), ExitCode::ClientError);
+    script_.steps = {serveThenBreak("0123456789", 4, "\"v\"")};
+    EXPECT_EQ(runWith({"get", url, "--retries", "0", "-o", (folder_ / "f").string()}),
+              ExitCode::Failed);
+    EXPECT_THAT(errors(), HasSubstr("http://h/p?...: HTTP status 404"));
+    EXPECT_THAT(folder_.read("f.part.journal"), HasSubstr("\"http://h/p?...\""));
+    EXPECT_THAT(errors() + folder_.read("f.part.journal"), Not(HasSubstr("canary")));
+}
+
+TEST_F(ToolTest, AFailureLeavesTheProgressLineAbove) {
+    isTerminal_ = true;
+    const auto former = std::filesystem::current_path();
+    std::filesystem::current_path(folder_.path());
+    script_.steps = {answer(404, "Not Found", ""), serve("content")};
+    EXPECT_EQ(runWith({"get", "-O", "http://h/1", "http://h/2"}), ExitCode::ClientError);
+    std::filesystem::current_path(former);
+    EXPECT_THAT(errors(), ::testing::EndsWith("\n"));
+    EXPECT_THAT(errors(), HasSubstr("7 B"));
 }
 
 TEST_F(ToolTest, TheRetryDeadlineIsNotPassedByALongRetryAfter) {
@@ -721,6 +748,14 @@ TEST_F(ToolTest, ExplainTellsAttemptsAndWaits) {
     EXPECT_THAT(errors(), HasSubstr("* attempt 2: GET http://example.test/f: status 200; "));
 }
 
+TEST_F(ToolTest, OfSeveralUrlsEachNoteTellsItsOwn) {
+    script_.steps = {answer(503, "Busy", ""), answer(200, "OK", ""), answer(200, "OK", "")};
+    EXPECT_EQ(runWith({"head", "http://h/1?secret", "http://h/2", "--explain", "-v"}),
+              ExitCode::Success);
+    EXPECT_THAT(errors(), HasSubstr("* http://h/1?...: waits "));
+    EXPECT_THAT(errors(), HasSubstr("* http://h/1?...: retry 1 of 8 with 0 bytes held: "));
+}
+
 TEST_F(ToolTest, JsonIsAloneOnStandardOutput) {
     script_.steps = {answer(503, "Busy", "", {{"Retry-After", "2"}}), serve("content")};
     EXPECT_EQ(getFile({"--json"}), ExitCode::Success);
@@ -735,6 +770,33 @@ TEST_F(ToolTest, JsonIsAloneOnStandardOutput) {
     EXPECT_EQ(result["attempts"][0]["wait"]["source"], "retry-after-seconds");
     EXPECT_TRUE(result["attempts"][1]["wait"].is_null());
     EXPECT_EQ(errors(), "");
+}
+
+TEST_F(ToolTest, JsonTellsWhatEndsEverythingBeforeTheFirstRequest) {
+    const std::string none = (folder_ / "none").string();
+    EXPECT_EQ(runWith({"put", "--json", "-o", (folder_ / "f").string(), "-d", "@" + none,
+                       "http://h/p?it's secret"}),
+              ExitCode::Failed);
+    const nlohmann::json json = nlohmann::json::parse(output());
+    EXPECT_EQ(json["exit_code"], 1);
+    ASSERT_EQ(json["results"].size(), 1U);
+    const nlohmann::json& result = json["results"][0];
+    EXPECT_EQ(result["exit_code"], 1);
+    EXPECT_EQ(result["url"], "http://h/p?...");
+    EXPECT_EQ(result["method"], "PUT");
+    EXPECT_EQ(result["status"], -1);
+    EXPECT_EQ(result["failure"],
+              "cannot read " + none + ": No such file or directory; check the name and its folder");
+    EXPECT_EQ(errors(), "httpclient: " + result["failure"].get<std::string>() + "\n");
+    EXPECT_EQ(clients_, 0);
+}
+
+TEST_F(ToolTest, JsonTellsThatAUrlIsNone) {
+    EXPECT_EQ(runWith({"head", "--json", "http://h/", "ftp://h/"}), ExitCode::Usage);
+    const nlohmann::json json = nlohmann::json::parse(output());
+    EXPECT_EQ(json["exit_code"], 64);
+    EXPECT_EQ(json["results"].size(), 2U);
+    EXPECT_EQ(errors(), "httpclient: URL 2: the URL must begin with http:// or https://\n");
 }
 
 TEST_F(ToolTest, JsonTellsFailuresToo) {

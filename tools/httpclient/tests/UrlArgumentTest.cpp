@@ -1,4 +1,4 @@
-#include "tools/httpclient/UrlArgument.h"
+#include "command/UrlArgument.h"
 #include "tools/httpclient/tests/FailsWith.h"
 
 #include <gtest/gtest.h>
@@ -64,7 +64,8 @@ TEST_P(RefusedUrlTest, IsAUsageError) {
 
 const char* const badScheme = "the URL must begin with http:// or https://";
 const char* const badPort = "the port in the URL must be a number from 1 to 65535";
-const char* const userInformation = "a user name or password in the URL is not supported";
+const char* const userInformation =
+    "a user name or password in the URL is not supported; use -H 'Authorization: ...'";
 const char* const noHost = "the URL has no host";
 
 INSTANTIATE_TEST_SUITE_P(
@@ -86,7 +87,7 @@ INSTANTIATE_TEST_SUITE_P(
                       Refused{"UserAndPassword", "http://u:secret@h/", userInformation},
                       Refused{"PasswordThatIsANumber", "http://u:80@h/", userInformation},
                       Refused{"Ipv6", "http://[::1]:80/",
-                              "an IPv6 address in the URL is not supported"},
+                              "an IPv6 address in the URL is not supported; use a host name"},
                       Refused{"LineEnd", "http://h/\r\nX: y", "the URL has a control character"}),
     [](const auto& row) { return row.param.label; });
 

@@ -103,7 +103,7 @@ void GuardedHandler::operator()(core::HttpRequest request,
     }
     delivery_->engine().deliveryBegins();
     // Of use between attempts only.
-    ResumeMark::takeFrom(request);
+    ResumeMark::dropFrom(request);
     (*handler)(std::move(request), std::move(response), std::move(error));
 }
 

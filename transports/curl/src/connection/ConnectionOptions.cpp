@@ -1,6 +1,6 @@
 #include "connection/ConnectionOptions.h"
 
-#include "connection/TlsEnd.h"
+#include "connection/TlsContext.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -12,7 +12,7 @@ void setTlsOptions(CURL* easy, const TransferSettings& settings) {
     setOption(easy, CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
     setOption(easy, CURLOPT_SSL_VERIFYPEER, 1L);
     setOption(easy, CURLOPT_SSL_VERIFYHOST, 2L);
-    prepareTlsEnd(easy);
+    prepareTlsContext(easy, settings.certificateFile.empty());
     // A proxy that is spoken to over TLS has to prove itself just the same.
     setOption(easy, CURLOPT_PROXY_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
     setOption(easy, CURLOPT_PROXY_SSL_VERIFYPEER, 1L);

@@ -2,7 +2,6 @@
 
 #include <map>
 #include <openssl/ssl.h>
-#include <string_view>
 
 namespace foundation::httpclient_curl {
 namespace {
@@ -25,23 +24,10 @@ void onTlsEvent(const SSL* connection, int kind, int detail) {
     }
 }
 
-CURLcode configureContext(CURL* /*easy*/, void* context, void* /*unused*/) {
-    SSL_CTX_set_info_callback(static_cast<SSL_CTX*>(context), &onTlsEvent);
-    return CURLE_OK;
-}
-
-bool isBuiltOnOpenSsl() {
-    const char* name = curl_version_info(CURLVERSION_NOW)->ssl_version;
-    return name != nullptr && std::string_view(name).starts_with("OpenSSL/");
-}
-
 }  // namespace
 
-void prepareTlsEnd(CURL* easy) {
-    static const bool applies = isBuiltOnOpenSsl();
-    if (applies) {
-        setOption(easy, CURLOPT_SSL_CTX_FUNCTION, &configureContext);
-    }
+void TlsEnd::announceIn(SSL_CTX* context) {
+    SSL_CTX_set_info_callback(context, &onTlsEvent);
 }
 
 void TlsEnd::watch(CURL* easy) {

@@ -1,10 +1,9 @@
 #pragma once
 #include "connection/CurlTypes.h"
 
-namespace foundation::httpclient_curl {
+#include <openssl/types.h>
 
-/// Sees to it that the TLS connections of this handle can be watched.
-void prepareTlsEnd(CURL* easy);
+namespace foundation::httpclient_curl {
 
 /// Whether the peer said that its TLS connection is over (close_notify). Whoever sits on the network can
 /// end a connection early, and a body that ends with its connection would look whole; libcurl lets that
@@ -12,6 +11,8 @@ void prepareTlsEnd(CURL* easy);
 /// fault, where libcurl is not built on OpenSSL.
 class TlsEnd {
 public:
+    /// Sees to it that the connections of this context can be watched.
+    static void announceIn(SSL_CTX* context);
     /// From here on the connection that the handle has is watched; nothing without TLS.
     void watch(CURL* easy);
     /// The transfer is over.

@@ -107,9 +107,7 @@ private:
     std::vector<std::shared_ptr<Worker>> workers_;
 };
 
-Engine::Engine(CurlClientOptions options) : options_(std::move(options)) {
-    executor_->onStall([this] { return replaceLateThreads(); });
-}
+Engine::Engine(CurlClientOptions options) : options_(std::move(options)) {}
 Engine::~Engine() = default;
 
 Exchange::Shared Engine::shared() {
@@ -330,8 +328,7 @@ Engine::WorkerOrders Engine::ordersFor(Worker& worker) {
     return orders;
 }
 
-std::vector<Executor::Task> Engine::attemptsEnded(Worker& worker,
-                                                  std::vector<AttemptPointer> attempts) {
+std::uint64_t Engine::attemptsEnded(Worker& worker, std::vector<AttemptPointer> attempts) {
     {
         Wakeups wakeups;
         const std::lock_guard lock(mutex_);
@@ -347,26 +344,7 @@ std::vector<Executor::Task> Engine::attemptsEnded(Worker& worker,
         std::exception_ptr error = attempt->exchange.takeError();
         tasks.push_back(completion(std::move(attempt), std::move(error)));
     }
-    return tasks;
-}
-
-void Engine::workerEnds(Worker& worker) {
-    const std::lock_guard lock(mutex_);
-    worker.hasEnded = true;
-    changed_.notify_all();
-}
-
-bool Engine::replaceLateThreads() {
-    const Clock::time_point now = Clock::now();
-    const std::lock_guard lock(mutex_);
-    bool any = false;
-    for (const auto& worker : workers_) {
-        try {
-            any = worker->replaceLateThread(now) || any;
-        } catch (const std::system_error&) {  // NOLINT(bugprone-empty-catch): tried again soon
-        }
-    }
-    return any;
+    return executor_->offer(std::move(tasks));
 }
 
 Executor::Task Engine::completion(AttemptPointer attempt, std::exception_ptr error) {
@@ -513,13 +491,6 @@ void Engine::shutdown() {
         stopping_ = true;
     }
     cancelAll();
-    {
-        std::unique_lock lock(mutex_);
-        changed_.wait(lock, [this] {
-            return std::all_of(workers_.begin(), workers_.end(),
-                               [](const auto& worker) { return worker->hasEnded; });
-        });
-    }
     // No worker is added any more, so the list may be walked without the lock.
     for (const auto& worker : workers_) {
         worker->join();

@@ -76,10 +76,10 @@ public:
         bool end = false;
     };
     WorkerOrders ordersFor(Worker& worker);
-    /// The worker has places again. Returns what is to run on a thread where handlers run.
-    std::vector<Executor::Task> attemptsEnded(Worker& worker, std::vector<AttemptPointer> attempts);
-    void workerEnds(Worker& worker);
-    const std::shared_ptr<Executor>& executor() const noexcept { return executor_; }
+    /// The worker has places again, and the handlers of these attempts can run. The worker has to call
+    /// hurryHandlers() with the answer a moment later.
+    std::uint64_t attemptsEnded(Worker& worker, std::vector<AttemptPointer> attempts);
+    void hurryHandlers(std::uint64_t offered) { executor_->hurry(offered); }
 
 private:
     using Records = std::unordered_map<unsigned long, std::shared_ptr<RequestRecord>>;
@@ -99,7 +99,6 @@ private:
     void dispatch(Wakeups& wakeups);
     Worker* freeWorker();
     void releaseDue(Clock::time_point now, Wakeups& wakeups);
-    bool replaceLateThreads();
     void callWorkers(Wakeups& wakeups);
     void wakeAll(Wakeups& wakeups);
     Executor::Task completion(AttemptPointer attempt, std::exception_ptr error);

@@ -9,11 +9,6 @@ namespace {
 constexpr std::size_t baseThreads = 4;
 constexpr std::size_t maxThreads = 256;
 constexpr std::chrono::seconds idleTime(5);
-// Far longer than a handler that does not block takes, far shorter than anybody notices. Twice as often
-// somebody looks.
-constexpr std::chrono::milliseconds longestWait(10);
-constexpr std::chrono::milliseconds lookInterval(5);
-constexpr std::chrono::milliseconds watchTime(20);
 constexpr std::chrono::seconds eagerTime(1);
 
 // The executor whose tasks the thread runs, or null, and how many: one may be inside the other.
@@ -35,152 +30,90 @@ void Executor::post(Task task) {
 }
 
 void Executor::post(std::vector<Task> tasks) {
-    std::unique_lock lock(mutex_);
-    if (stopping_) {
-        // Only what the last handler leaves behind comes so late.
-        lock.unlock();
-        for (const Task& task : tasks) {
-            task();
+    enqueue(std::move(tasks), false);
+}
+
+std::uint64_t Executor::offer(std::vector<Task> tasks) {
+    return enqueue(std::move(tasks), true);
+}
+
+std::uint64_t Executor::enqueue(std::vector<Task> tasks, bool isPatient) {
+    Threads finished;
+    std::size_t toNotify = 0;
+    std::uint64_t last = 0;
+    {
+        std::unique_lock lock(mutex_);
+        if (stopping_) {
+            // Only what the last handler leaves behind comes so late.
+            lock.unlock();
+            for (const Task& task : tasks) {
+                task();
+            }
+            return 0;
         }
-        return;
+        if (threads_.empty()) {
+            addThread();
+        }
+        for (Task& task : tasks) {
+            tasks_.push_back(std::move(task));
+            ++posted_;
+        }
+        last = posted_;
+        if (isPatient && Clock::now() >= eagerUntil_) {
+            const bool isBusy = running_ + called_ + starting_ > 0;
+            toNotify = isBusy ? 0 : callThreads(1);
+        } else {
+            toNotify = callThreads(tasks_.size());
+        }
+        finished.swap(finished_);
     }
-    joinFinished(lock);
-    if (threads_.empty()) {
-        addThread();
+    notify(toNotify);
+    for (std::thread& thread : finished) {
+        thread.join();
     }
-    push(std::move(tasks), Clock::now());
-    const Calls calls = provideThreads();
-    lock.unlock();
-    notify(calls);
+    return last;
 }
 
-void Executor::push(std::vector<Task> tasks, Clock::time_point now) {
-    for (Task& task : tasks) {
-        tasks_.push_back({std::move(task), now});
-    }
-    lastPost_ = now;
-}
-
-void Executor::runOrPost(std::vector<Task> tasks) {
-    std::unique_lock lock(mutex_);
-    const Clock::time_point now = Clock::now();
-    // Where little happens, a watching thread would be woken more often than one for each task.
-    const bool isSteady = now - lastPost_ < longestWait;
-    Calls calls;
-    if (stopping_ || now < eagerUntil_ || !isSteady || !isWatched(calls)) {
-        lock.unlock();
-        notify(calls);
-        post(std::move(tasks));
-        return;
-    }
-    std::size_t most = tasks.size();
-    push(std::move(tasks), now);
-    watchUntil_ = now + watchTime;
-    ++visiting_;
-    const Executor* const former = std::exchange(current, this);
-    const std::size_t formerDepth = std::exchange(depth, former == this ? depth : 0);
-    if (calls.sleepers > 0 || calls.watcher) {
-        lock.unlock();
-        notify(calls);
-        lock.lock();
-    }
-    for (; most > 0 && !tasks_.empty(); --most) {
-        runTask(lock);
-    }
-    current = former;
-    depth = formerDepth;
-    --visiting_;
-}
-
-void Executor::postUrgent(Task task) {
-    Calls calls;
+void Executor::hurry(std::uint64_t offered) {
+    std::size_t toNotify = 0;
     {
         const std::lock_guard lock(mutex_);
-        tasks_.push_front({std::move(task), Clock::now()});
-        if (sleeping_ > called_) {
-            callThread(calls);
-        } else {
-            // Beyond the limit too: what the other threads do may depend on it.
-            try {
-                addThread();
-            } catch (const std::system_error&) {
-                tasks_.pop_front();
-                throw;
-            }
+        if (posted_ - tasks_.size() >= offered) {
+            return;
         }
+        eagerUntil_ = Clock::now() + eagerTime;
+        toNotify = callThreads(tasks_.size());
     }
-    notify(calls);
+    notify(toNotify);
 }
 
-// Whether a thread watches or is about to.
-bool Executor::isWatched(Calls& calls) {
-    return watching_ || onTheWay() > 0 || callThread(calls);
-}
-
-// Every task that waits has a thread on its way to it or one that watches over the wait. Called whenever
-// tasks came, and whenever one was taken and others are left.
-Executor::Calls Executor::provideThreads() {
-    Calls calls;
-    if (tasks_.empty()) {
-        return calls;
-    }
-    const Clock::time_point now = Clock::now();
-    if (now < eagerUntil_) {
-        while (onTheWay() < tasks_.size() && callThread(calls)) {
+// Has that many threads on their way, if there are as many to be had. Answers how many to notify once the
+// lock is released, which they would only run into.
+std::size_t Executor::callThreads(std::size_t most) {
+    std::size_t toNotify = 0;
+    while (called_ + starting_ < most) {
+        if (sleeping_ > 0) {
+            --sleeping_;
+            ++called_;
+            ++toNotify;
+            continue;
         }
-        return calls;
-    }
-    if (onTheWay() > 0) {
-        return calls;
-    }
-    if (visiting_ > 0 || resting() < threads_.size()) {
-        watchUntil_ = now + watchTime;
-        if (watching_) {
-            return calls;
+        if (threads_.size() >= maxThreads) {
+            break;
+        }
+        try {
+            addThread();
+        } catch (const std::system_error&) {
+            // The threads that exist will come to it.
+            break;
         }
     }
-    callThread(calls);
-    return calls;
+    return toNotify;
 }
 
-void Executor::notify(Calls calls) {
-    for (; calls.sleepers > 0; --calls.sleepers) {
+void Executor::notify(std::size_t count) {
+    for (; count > 0; --count) {
         work_.notify_one();
-    }
-    if (calls.watcher) {
-        watch_.notify_one();
-    }
-}
-
-std::size_t Executor::onTheWay() const {
-    return called_ + starting_ + (watcherCalled_ ? 1 : 0);
-}
-
-std::size_t Executor::resting() const {
-    return sleeping_ + (watching_ ? 1 : 0);
-}
-
-// False when there is none to be had.
-bool Executor::callThread(Calls& calls) {
-    if (sleeping_ > called_) {
-        ++called_;
-        ++calls.sleepers;
-        return true;
-    }
-    if (watching_ && !watcherCalled_ && visiting_ == 0) {
-        watcherCalled_ = true;
-        calls.watcher = true;
-        return true;
-    }
-    if (threads_.size() >= maxThreads) {
-        return false;
-    }
-    try {
-        addThread();
-        return true;
-    } catch (const std::system_error&) {
-        // The threads that exist will come to it.
-        return false;
     }
 }
 
@@ -201,15 +134,9 @@ void Executor::run(Threads::iterator self) {
     std::unique_lock lock(mutex_);
     --starting_;
     for (;;) {
-        if (needsWatcher() && !stopping_) {  // NOLINT(bugprone-branch-clone): the order decides
-            watch(lock);
-        } else if (!tasks_.empty()) {
+        if (!tasks_.empty()) {
             runTask(lock);
-        } else if (stopping_) {  // NOLINT(bugprone-branch-clone): the order decides
-            break;
-        } else if (!watching_ && Clock::now() < watchUntil_) {
-            watch(lock);
-        } else if (!sleep(lock)) {
+        } else if (stopping_ || !sleep(lock)) {
             break;
         }
     }
@@ -220,12 +147,10 @@ void Executor::run(Threads::iterator self) {
 }
 
 void Executor::runTask(std::unique_lock<std::mutex>& lock) {
-    Task task = std::move(tasks_.front().task);
+    Task task = std::move(tasks_.front());
     tasks_.pop_front();
     ++running_;
-    const Calls calls = provideThreads();
     lock.unlock();
-    notify(calls);
     ++depth;
     try {
         task();
@@ -236,65 +161,32 @@ void Executor::runTask(std::unique_lock<std::mutex>& lock) {
     --depth;
     lock.lock();
     --running_;
-    quiet_.notify_all();
-}
-
-void Executor::watch(std::unique_lock<std::mutex>& lock) {
-    watching_ = true;
-    Clock::time_point now;
-    bool stalls = false;
-    do {
-        watch_.wait_for(lock, lookInterval, [this] { return stopping_ || watcherCalled_; });
-        now = Clock::now();
-        stalls = !tasks_.empty() && now - tasks_.front().since >= longestWait;
-        if (lookForStall_ && !stopping_) {
-            lock.unlock();
-            const bool found = lookForStall_();
-            lock.lock();
-            stalls = stalls || found;
-        }
-        // The look is as old as `now`, so that nothing which waits since is forgotten.
-    } while (!stalls && !stopping_ && !watcherCalled_ && (now < watchUntil_ || visiting_ > 0));
-    watching_ = false;
-    watcherCalled_ = false;
-    if (stalls) {
-        eagerUntil_ = now + eagerTime;
-        const Calls calls = provideThreads();
-        lock.unlock();
-        notify(calls);
-        lock.lock();
+    if (draining_ > 0) {
+        quiet_.notify_all();
     }
 }
 
 // False when the thread is not needed any more.
 bool Executor::sleep(std::unique_lock<std::mutex>& lock) {
     ++sleeping_;
-    work_.wait_for(lock, idleTime, [this] { return stopping_ || called_ > 0; });
-    --sleeping_;
-    if (called_ > 0) {
-        --called_;
+    if (work_.wait_for(lock, idleTime, [this] { return stopping_ || called_ > 0; })) {
+        if (called_ > 0) {
+            --called_;
+        } else {
+            --sleeping_;
+        }
         return true;
     }
-    return stopping_ || threads_.size() <= baseThreads;
-}
-
-void Executor::joinFinished(std::unique_lock<std::mutex>& lock) {
-    Threads finished = std::move(finished_);
-    finished_.clear();
-    if (finished.empty()) {
-        return;
-    }
-    lock.unlock();
-    for (std::thread& thread : finished) {
-        thread.join();
-    }
-    lock.lock();
+    --sleeping_;
+    return threads_.size() <= baseThreads;
 }
 
 void Executor::drain() {
     std::unique_lock lock(mutex_);
     const std::size_t own = tasksHere();
+    ++draining_;
     quiet_.wait(lock, [&] { return tasks_.empty() && running_ <= own; });
+    --draining_;
 }
 
 void Executor::stop() {
@@ -306,7 +198,6 @@ void Executor::stop() {
         threads.splice(threads.end(), finished_);
     }
     work_.notify_all();
-    watch_.notify_all();
     for (std::thread& thread : threads) {
         if (thread.get_id() == std::this_thread::get_id()) {
             thread.detach();

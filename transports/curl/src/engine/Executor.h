@@ -1,6 +1,7 @@
 #pragma once
 #include <chrono>
 #include <condition_variable>
+#include <cstdint>
 #include <deque>
 #include <functional>
 #include <list>
@@ -12,12 +13,10 @@
 namespace foundation::httpclient_curl {
 
 /// The threads that completion handlers run on. Handlers may sleep, ask the user, or wait for further
-/// requests of the same client, so nothing waits for long behind a blocked one. While tasks are short,
-/// one thread runs them in order, and under steady traffic the thread that brings them runs them itself:
-/// to wake a thread for each costs more than the task. Meanwhile one thread watches. Once it finds that
-/// something has waited 10 ms, and for the second that follows, every task gets a thread of its own at
-/// once, up to 256 threads, beyond which tasks queue. Threads that have nothing to do for five seconds
-/// leave, but for four.
+/// requests of the same client, so no task waits for another one to end: as many threads are on their way
+/// as tasks wait, up to 256 threads, beyond which tasks queue. Only a task that is offered may be left for
+/// a while to a thread that is busy, since most handlers return at once, and to wake a thread costs more
+/// than they do. Threads that have nothing to do for five seconds leave, but for four.
 class Executor : public std::enable_shared_from_this<Executor> {
 public:
     using Task = std::function<void()>;
@@ -31,69 +30,45 @@ public:
     void post(Task task);
     /// The same for several. Where it throws, none of them runs.
     void post(std::vector<Task> tasks);
-    /// Runs the tasks on the calling thread where that is worth it, else posts them. What waits for the
-    /// calling thread meanwhile has to be told to `onStall`.
-    void runOrPost(std::vector<Task> tasks);
-    /// Before the first task: what the watching thread calls now and then; it answers whether something
-    /// has waited for too long.
-    void onStall(std::function<bool()> look) { lookForStall_ = std::move(look); }
-    /// Runs a task that others wait for before all others, on a thread of its own if need be. Throws
-    /// std::system_error where there is none to be had.
-    void postUrgent(Task task);
-    /// Waits until every task has run, but for one that this is called from.
+    /// Like post(), but leaves the tasks to one thread, and wakes none where one is busy. The caller has to
+    /// call hurry() with the answer a moment later.
+    std::uint64_t offer(std::vector<Task> tasks);
+    /// Where tasks of that offer still wait, gives each task that waits a thread, and for the next second
+    /// each that is offered, too: handlers take long at the moment.
+    void hurry(std::uint64_t offered);
+    /// Waits until every task has run, but for those that this is called from.
     void drain();
     /// Ends the threads once they are done; waits for them unless called on one of them, which is then
     /// left to end by itself. What is posted afterwards runs at once, on the posting thread.
     void stop();
 
 private:
-    using Clock = std::chrono::steady_clock;
     using Threads = std::list<std::thread>;
-    struct Waiting {
-        Task task;
-        Clock::time_point since;
-    };
 
-    /// Threads to notify, once the lock is released: they would only run into it.
-    struct Calls {
-        int sleepers = 0;
-        bool watcher = false;
-    };
+    using Clock = std::chrono::steady_clock;
 
-    Calls provideThreads();
-    bool callThread(Calls& calls);
-    void notify(Calls calls);
-    std::size_t onTheWay() const;
-    std::size_t resting() const;
+    std::uint64_t enqueue(std::vector<Task> tasks, bool isPatient);
+    std::size_t callThreads(std::size_t most);
+    void notify(std::size_t count);
     void addThread();
     void run(Threads::iterator self);
     void runTask(std::unique_lock<std::mutex>& lock);
-    bool isWatched(Calls& calls);
-    void push(std::vector<Task> tasks, Clock::time_point now);
-    void watch(std::unique_lock<std::mutex>& lock);
-    bool needsWatcher() const { return !watching_ && visiting_ > 0; }
     bool sleep(std::unique_lock<std::mutex>& lock);
     std::size_t tasksHere() const;
-    void joinFinished(std::unique_lock<std::mutex>& lock);
 
     std::mutex mutex_;
     std::condition_variable work_;
-    std::condition_variable watch_;
     std::condition_variable quiet_;
-    std::deque<Waiting> tasks_;
+    std::deque<Task> tasks_;
+    std::uint64_t posted_ = 0;  ///< Tasks that ever came; those that wait are the last of them.
     Threads threads_;
-    Threads finished_;  ///< Threads that left and wait to be joined.
-    std::size_t starting_ = 0;
-    std::size_t sleeping_ = 0;
-    std::size_t called_ = 0;  ///< Of those that sleep; they will look for a task.
+    Threads finished_;          ///< Threads that left and wait to be joined.
+    std::size_t sleeping_ = 0;  ///< Threads that nobody has called.
+    std::size_t called_ = 0;    ///< Threads that slept and will look for a task.
+    std::size_t starting_ = 0;  ///< Threads that are new and will look for a task.
     std::size_t running_ = 0;
-    std::size_t visiting_ = 0;  ///< Threads that run what they brought.
-    std::function<bool()> lookForStall_;
-    Clock::time_point lastPost_;
-    bool watching_ = false;  ///< One thread looks now and then whether tasks wait for too long.
-    bool watcherCalled_ = false;  ///< It will look for a task.
-    Clock::time_point watchUntil_;
-    Clock::time_point eagerUntil_;  ///< Until then every task gets a thread at once.
+    std::size_t draining_ = 0;
+    Clock::time_point eagerUntil_;  ///< Until then what is offered gets a thread at once.
     bool stopping_ = false;
 };
 

@@ -9,7 +9,9 @@
 namespace foundation::httpclient_curl {
 namespace {
 
-constexpr std::chrono::milliseconds longestAbsence(10);
+constexpr auto never = Exchange::Clock::time_point::max();
+// Longer than most handlers take, shorter than anybody notices.
+constexpr std::chrono::milliseconds longestPatience(10);
 
 }  // namespace
 
@@ -18,64 +20,33 @@ Worker::Worker(Engine& engine, long maxConnections)
 
 Worker::~Worker() = default;
 
-void Worker::join() {
-    if (thread_.get_id() == std::this_thread::get_id()) {
-        thread_.detach();
-    } else {
-        thread_.join();
-    }
-}
-
-bool Worker::replaceLateThread(Clock::time_point now) {
-    Clock::rep since = *awaySince_;
-    if (since == 0 || now.time_since_epoch() - Clock::duration(since) < longestAbsence) {
-        return false;
-    }
-    engine_.executor()->postUrgent([this, awaySince = awaySince_, since]() mutable {
-        // Unless the thread has come back meanwhile.
-        if (awaySince->compare_exchange_strong(since, 0)) {
-            run();
-        }
-    });
-    return true;
-}
-
 void Worker::run() {
-    // Kept here: when handlers end the client, the worker may be gone when they return.
-    const std::shared_ptr<AwaySince> awaySince = awaySince_;
+    const TransferMark mark(engine_);
     for (;;) {
-        std::vector<Exchange*> ended;
-        if (!takeTurn(ended)) {
-            engine_.workerEnds(*this);
-            return;
+        const Clock::time_point now = Clock::now();
+        if (hurryAt_ <= now) {
+            engine_.hurryHandlers(watched_);
+            hurryAt_ = watched_ == offered_ ? never : now + longestPatience;
+            watched_ = offered_;
         }
+        if ((hasOrders_.exchange(false) || nextTimer_ <= now) && !followOrders()) {
+            break;
+        }
+        const std::vector<Exchange*> ended = driver_.turn();
         if (!ended.empty()) {
-            // Held here: a handler may end the engine.
-            const std::shared_ptr<Executor> executor = engine_.executor();
-            std::vector<Executor::Task> handlers = engine_.attemptsEnded(*this, takeOut(ended));
-            Clock::rep now = Clock::now().time_since_epoch().count();
-            *awaySince = now;
-            // From here on another thread may drive this worker.
-            executor->runOrPost(std::move(handlers));
-            if (!awaySince->compare_exchange_strong(now, 0)) {
-                return;
+            offered_ = engine_.attemptsEnded(*this, takeOut(ended));
+            if (hurryAt_ == never) {
+                watched_ = offered_;
+                hurryAt_ = now + longestPatience;
             }
         }
         if (!hasOrders_) {
-            driver_.wait(nextTimer_);
+            driver_.wait(std::min(nextTimer_, hurryAt_));
         }
     }
-}
-
-// False when the thread has to end.
-bool Worker::takeTurn(std::vector<Exchange*>& ended) {
-    const TransferMark mark(engine_);
-    const bool isDue = nextTimer_ <= Clock::now();
-    if ((hasOrders_.exchange(false) || isDue) && !followOrders()) {
-        return false;
+    if (hurryAt_ != never) {
+        engine_.hurryHandlers(offered_);
     }
-    ended = driver_.turn();
-    return true;
 }
 
 // False when the thread has to end.

@@ -136,6 +136,8 @@ void Exchange::prepare() {
     }
     if (request_.hasRequestBody()) {
         upload_.emplace(request_.getRequestBody(), headers_->contentLength());
+    } else {
+        headers_->dropTransferCodings();
     }
 }
 
@@ -148,7 +150,10 @@ void Exchange::configureHop() {
     setOption(easy, CURLOPT_PRIVATE, this);
     setOption(easy, CURLOPT_NOSIGNAL, 1L);
     setOption(easy, CURLOPT_PROTOCOLS_STR, "http,https");
-    setOption(easy, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_2TLS));
+    // With a Transfer-Encoding of the caller's, libcurl would make chunks in HTTP/2 as well.
+    setOption(easy, CURLOPT_HTTP_VERSION,
+              static_cast<long>(headers_->hasTransferCodings() ? CURL_HTTP_VERSION_1_1
+                                                               : CURL_HTTP_VERSION_2TLS));
     setOption(easy, CURLOPT_FOLLOWLOCATION, 0L);
     setOption(easy, CURLOPT_PATH_AS_IS, 1L);
     setOption(easy, CURLOPT_BUFFERSIZE, 131072L);
@@ -347,7 +352,7 @@ void Exchange::onHeader(std::string_view line) {
 }
 
 void Exchange::onBlock() {
-    const HeaderBlock& block = hop_->block;
+    HeaderBlock& block = hop_->block;
     const bool toConnect = info<long>(handle(), CURLINFO_RESPONSE_CODE) == 0;
     if (hop_->pass != nullptr) {
         hop_->pass->onAnswer(block, toConnect);
@@ -368,12 +373,13 @@ void Exchange::onBlock() {
     if (isInformational(code) && code != HttpResponseCode::SwitchingProtocols) {
         return;
     }
-    if (const std::optional<std::string> flaw = framingFlaw(block)) {
-        refuseAnswer(*flaw);
+    hop_->framing = framingOf(block);
+    if (!hop_->framing.flaw.empty()) {
+        refuseAnswer(hop_->framing.flaw);
     }
     // Once more where libcurl repeats a request.
     hop_->chunks = ChunkCheck();
-    hop_->isChunked = isChunked(block) && method_ != HttpMethod::HEAD &&
+    hop_->isChunked = hop_->framing.isChunked && method_ != HttpMethod::HEAD &&
                       code != HttpResponseCode::NoContent && code != HttpResponseCode::NotModified;
     if (hop_->isChunked) {
         // The only way to see a chunked body as it came.
@@ -402,8 +408,8 @@ void Exchange::onBlock() {
 }
 
 bool Exchange::endsWithConnection(const HeaderBlock& block) const {
-    return method_ != HttpMethod::HEAD && !isChunked(block) && !declaredLength(block).has_value() &&
-           block.code() != HttpResponseCode::NoContent &&
+    return method_ != HttpMethod::HEAD && !hop_->framing.isChunked &&
+           !hop_->framing.length.has_value() && block.code() != HttpResponseCode::NoContent &&
            block.code() != HttpResponseCode::NotModified &&
            info<long>(handle(), CURLINFO_HTTP_VERSION) < CURL_HTTP_VERSION_2_0;
 }
@@ -420,27 +426,27 @@ void Exchange::refuseAnswer(const std::string& flaw) {
     std::rethrow_exception(transferFailure("The answer is malformed: " + flaw, context()));
 }
 
-void Exchange::commit(const HeaderBlock& block) {
+void Exchange::commit(HeaderBlock& block) {
     hop_->undecided = false;
-    const ResumeGuard::Verdict verdict = guard_->judge(block);
+    AnswerTerms terms(block);
+    const ResumeGuard::Verdict verdict = guard_->judge(terms);
     startsOver_ = verdict == ResumeGuard::Verdict::StartOver;
     hop_->compares = verdict == ResumeGuard::Verdict::Compare;
     if (!startsOver_ && !hop_->compares) {
-        deliver(block, verdict);
+        deliver(block, std::move(terms), verdict);
     }
 }
 
-void Exchange::deliver(const HeaderBlock& block, ResumeGuard::Verdict verdict) {
-    core::HttpHeaders headers = block.headers();
+void Exchange::deliver(HeaderBlock& block, AnswerTerms terms, ResumeGuard::Verdict verdict) {
     if (hop_->pass != nullptr && hop_->pass->isRefused()) {
         shared_.credentials.judge(hop_->pass->info(), hop_->pass->generation(), false);
-        headers.addHeaderValue(proxyInfoHeader, hop_->pass->info());
-        headers.addHeaderValue(proxyGenerationHeader, std::to_string(hop_->pass->generation()));
+        block.addField(proxyInfoHeader, hop_->pass->info());
+        block.addField(proxyGenerationHeader, std::to_string(hop_->pass->generation()));
     }
     const bool hasBody =
         method_ != HttpMethod::HEAD && block.code() != HttpResponseCode::NotModified;
-    delivery_->begin(block, std::move(headers), verdict,
-                     hasBody ? declaredLength(block).value_or(0) : 0);
+    delivery_->begin(block, std::move(terms), verdict,
+                     hasBody ? hop_->framing.length.value_or(0) : 0);
 }
 
 void Exchange::onBody(std::string_view data) {
@@ -458,7 +464,7 @@ void Exchange::onBody(std::string_view data) {
     if (hop_->compares && !isCommitted() && !startsOver_) {
         startsOver_ = !guard_->compare(data);
         if (!startsOver_ && !guard_->isComparing()) {
-            deliver(hop_->block, ResumeGuard::Verdict::Accept);
+            deliver(hop_->block, AnswerTerms(hop_->block), ResumeGuard::Verdict::Accept);
         }
     }
     if (!isCommitted() || startsOver_) {
@@ -575,7 +581,7 @@ Exchange::Next Exchange::conclude(CURLcode code) {
     }
     if (hop_->compares && !isCommitted()) {
         // Broken off before anything could be appended.
-        deliver(hop_->block, ResumeGuard::Verdict::Accept);
+        deliver(hop_->block, AnswerTerms(hop_->block), ResumeGuard::Verdict::Accept);
     }
     adoptUpgrade();
     if (hop_->pass != nullptr && hop_->pass->repeats()) {
@@ -630,7 +636,7 @@ bool Exchange::isRefusedTunnel() const {
 
 void Exchange::describeFailure(CURLcode code) {
     if (isRefusedTunnel()) {
-        const HeaderBlock& refusal = hop_->connectBlock;
+        HeaderBlock& refusal = hop_->connectBlock;
         if (refusal.code() == HttpResponseCode::ProxyAuthenticationRequired) {
             // Delivered as an answer: with an error in hand no strategy would ask for credentials.
             commit(refusal);

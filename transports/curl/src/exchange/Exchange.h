@@ -100,6 +100,7 @@ private:
         std::int64_t swallowedBytes = 0;
         TlsEnd tlsEnd;  ///< Of a body that ends with its connection.
         ChunkCheck chunks;
+        Framing framing;         ///< Of the last block that was not dropped.
         bool isChunked = false;  ///< The body comes in chunks.
         bool isSoiled = false;  ///< Bytes waited on the connection before anything was asked on it.
         bool inBlock = false;
@@ -138,8 +139,8 @@ private:
     void onBody(std::string_view data);
     std::size_t onRead(char* buffer, std::size_t size);
     int onSeek();
-    void commit(const HeaderBlock& block);
-    void deliver(const HeaderBlock& block, ResumeGuard::Verdict verdict);
+    void commit(HeaderBlock& block);
+    void deliver(HeaderBlock& block, AnswerTerms terms, ResumeGuard::Verdict verdict);
     void reportProgress(Clock::time_point now, bool isLast);
     Deadlines::State state() const;
     /// The response holds the code and headers of this attempt.

@@ -1,5 +1,7 @@
 #include "exchange/TransferError.h"
 
+#include "request/HexDigits.h"
+
 #include <foundation/httpclient_core/HttpRequestFailedException.h>
 #include <foundation/httpclient_core/HttpRequestTimeoutException.h>
 
@@ -44,7 +46,6 @@ bool beginsControl(const std::string& text, std::size_t place) {
 }  // namespace
 
 std::string printable(const std::string& text) {
-    constexpr std::string_view digits = "0123456789ABCDEF";
     std::string clean;
     std::size_t escaped = 0;  // bytes from here on
     for (std::size_t i = 0; i < text.size(); ++i) {
@@ -56,8 +57,7 @@ std::string printable(const std::string& text) {
         }
         if (escaped > 0) {
             clean += "\\x";
-            clean += digits[byte >> 4U];
-            clean += digits[byte & 0xFU];
+            appendHex(clean, byte, upperHexDigits);
             --escaped;
         } else {
             clean += text[i];

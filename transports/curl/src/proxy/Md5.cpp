@@ -1,5 +1,7 @@
 #include "proxy/Md5.h"
 
+#include "request/HexDigits.h"
+
 #include <foundation/httpclient_core/HttpRequestFailedException.h>
 
 #include <array>
@@ -14,11 +16,9 @@ std::string md5(std::string_view text) {
     if (EVP_Digest(text.data(), text.size(), digest.data(), &size, EVP_md5(), nullptr) != 1) {
         throw httpclient_core::HttpRequestFailedException("MD5 is not available");
     }
-    constexpr std::string_view digits = "0123456789abcdef";
     std::string hex;
     for (unsigned int i = 0; i < size; ++i) {
-        hex += digits[digest[i] >> 4U];
-        hex += digits[digest[i] & 0xFU];
+        appendHex(hex, digest[i], lowerHexDigits);
     }
     return hex;
 }

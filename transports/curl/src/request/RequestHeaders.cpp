@@ -19,12 +19,10 @@ bool isOneOf(std::string_view name, const std::array<std::string_view, count>& n
 }
 
 // Fields that the transport writes itself. Proxy fields would reach the origin through a tunnel.
-bool isWrittenHere(std::string_view name, std::string_view value) {
-    constexpr std::array names{"Content-Length"sv, "Range"sv, "Proxy-Authorization"sv,
-                               "Proxy-Connection"sv};
-    const bool isOwnCoding = sameName(name, "Transfer-Encoding") &&
-                             (sameName(value, "identity") || sameName(value, "chunked"));
-    return isOwnCoding || isOneOf(name, names) || isInternalName(name);
+bool isWrittenHere(std::string_view name) {
+    constexpr std::array names{"Content-Length"sv, "Transfer-Encoding"sv, "Range"sv,
+                               "Proxy-Authorization"sv, "Proxy-Connection"sv};
+    return isOneOf(name, names) || isInternalName(name);
 }
 
 std::int64_t parseLength(std::string_view text) {
@@ -65,8 +63,30 @@ RequestHeaders::RequestHeaders(const core::HttpHeaders& headers) {
             }
             contentLength_ = length;
         }
-        if (!isWrittenHere(name, value)) {
+        if (sameName(name, "Transfer-Encoding")) {
+            addCodings(value);
+        }
+        if (!isWrittenHere(name)) {
             headers_.add(name, value);
+        }
+    }
+}
+
+void RequestHeaders::addCodings(std::string_view value) {
+    while (!value.empty()) {
+        const std::size_t comma = std::min(value.find(','), value.size());
+        const std::string_view coding = trimmed(value.substr(0, comma));
+        value.remove_prefix(std::min(comma + 1, value.size()));
+        if (coding.empty() || sameName(coding, "identity")) {
+            continue;
+        }
+        if (isChunked_) {
+            throw core::HttpRequestFailedException(
+                "Transfer-Encoding of the request does not end with its chunks");
+        }
+        isChunked_ = sameName(coding, "chunked");
+        if (!isChunked_) {
+            codings_.append(codings_.empty() ? "" : ", ").append(coding);
         }
     }
 }
@@ -81,10 +101,11 @@ void RequestHeaders::dropSensitive(const std::vector<std::string>& names) {
 }
 
 void RequestHeaders::dropBodyFields() {
-    for (const char* name : {"Content-Type", "Content-Encoding", "Content-Language",
-                             "Content-Location", "Transfer-Encoding", "Expect"}) {
+    for (const char* name :
+         {"Content-Type", "Content-Encoding", "Content-Language", "Content-Location", "Expect"}) {
         headers_.erase(name);
     }
+    dropTransferCodings();
     contentLength_.reset();
 }
 
@@ -102,6 +123,11 @@ HeaderLines RequestHeaders::lines(const std::string& range, const std::string& i
         } else {
             appendField(lines, name, value);
         }
+    }
+    if (hasTransferCodings()) {
+        // libcurl makes chunks only where a given field says so, and without them nothing tells the
+        // server where the body ends.
+        appendLine(lines, "Transfer-Encoding: " + codings_ + ", chunked");
     }
     if (!range.empty()) {
         appendLine(lines, "Range: " + range);

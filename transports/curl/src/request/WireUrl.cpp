@@ -1,11 +1,15 @@
 #include "request/WireUrl.h"
 
 #include "connection/CurlTypes.h"
+#include "request/PlainUrl.h"
 
 #include <foundation/httpclient_core/HttpRequest.h>
 
 #include <algorithm>
+#include <array>
 #include <charconv>
+#include <optional>
+#include <utility>
 
 namespace foundation::httpclient_curl {
 namespace {
@@ -26,17 +30,19 @@ std::string lowered(std::string text) {
     return text;
 }
 
-// Whether libcurl would print the URL exactly as it stands: nothing to take out, to add or to decode
-// before the path. To print a URL costs libcurl as much as to parse it.
-bool isPrintedVerbatim(std::string_view text) {
-    for (const std::string_view scheme : {"http://", "https://"}) {
-        if (text.starts_with(scheme)) {
-            const std::size_t end = text.find_first_of("/?#@%", scheme.size());
-            return end != std::string_view::npos && end > scheme.size() && text[end] == '/' &&
-                   text.find('#', end) == std::string_view::npos && !text.ends_with('?');
-        }
+constexpr std::array<bool, 256> unsafeBytes = [] {
+    std::array<bool, 256> table{};
+    for (unsigned int byte = 0; byte < table.size(); ++byte) {
+        table[byte] = byte <= 0x20 || byte >= 0x7F;
     }
-    return false;
+    for (const char c : std::string_view("\"<>\\^`{|}")) {
+        table[static_cast<unsigned char>(c)] = true;
+    }
+    return table;
+}();
+
+bool isUnsafe(char c) {
+    return unsafeBytes[static_cast<unsigned char>(c)];
 }
 
 // The host as the core sees it, whose cut at the first "/" leaves a query without a path in it.
@@ -50,7 +56,9 @@ std::string requestText(const core::HttpRequest& request) {
     if (url.getProtocol().empty()) {
         throw core::HttpRequestFailedException("The URL of the request names no protocol");
     }
-    url.setFragment({});
+    if (!url.getFragment().empty()) {
+        url.setFragment({});
+    }
     std::string text = url.toAsciiString();
     std::string query = request.getQueryParameters().toString();
     if (!query.empty()) {
@@ -65,13 +73,15 @@ std::string requestText(const core::HttpRequest& request) {
 }  // namespace
 
 std::string encodeUnsafe(std::string_view text) {
+    if (std::none_of(text.begin(), text.end(), isUnsafe)) {
+        return std::string(text);
+    }
     constexpr std::string_view digits = "0123456789ABCDEF";
-    constexpr std::string_view unsafe = "\"<>\\^`{|}";
     std::string encoded;
     encoded.reserve(text.size());
     for (const char c : text) {
         const auto byte = static_cast<unsigned char>(c);
-        if (byte <= 0x20 || byte >= 0x7F || unsafe.find(c) != std::string_view::npos) {
+        if (isUnsafe(c)) {
             encoded += '%';
             encoded += digits[byte >> 4U];
             encoded += digits[byte & 0xFU];
@@ -83,7 +93,13 @@ std::string encodeUnsafe(std::string_view text) {
 }
 
 WireUrl::WireUrl(const core::HttpRequest& request) {
-    split(nullptr, requestText(request), true);
+    std::string text = requestText(request);
+    if (std::optional<Origin> origin = originOfPlainUrl(text)) {
+        text_ = std::move(text);
+        origin_ = std::move(*origin);
+    } else {
+        split(nullptr, text, true);
+    }
     if (origin_.host != hostOf(request.getURL())) {
         throw core::HttpRequestFailedException("The URL of the request has no clear host");
     }
@@ -115,7 +131,7 @@ void WireUrl::split(const char* base, const std::string& text, bool keepPath) {
     curl_url_set(url.get(), CURLUPART_USER, nullptr, 0);
     curl_url_set(url.get(), CURLUPART_PASSWORD, nullptr, 0);
     curl_url_set(url.get(), CURLUPART_FRAGMENT, nullptr, 0);
-    text_ = keepPath && isPrintedVerbatim(text) ? text : part(url.get(), CURLUPART_URL);
+    text_ = part(url.get(), CURLUPART_URL);
     origin_ = {lowered(part(url.get(), CURLUPART_SCHEME)), lowered(part(url.get(), CURLUPART_HOST)),
                part(url.get(), CURLUPART_PORT, CURLU_DEFAULT_PORT)};
     if (origin_.scheme != "http" && origin_.scheme != "https") {

@@ -10,13 +10,6 @@
 namespace foundation::httpclient_curl {
 
 using httpclient_core::HttpResponseCode;
-using namespace std::string_view_literals;
-
-namespace {
-
-constexpr std::string_view controls = "\r\0"sv;
-
-}  // namespace
 
 bool HeaderBlock::isStatusLine(std::string_view line) {
     // No field name can look like this: "/" is no token character.
@@ -31,9 +24,7 @@ bool HeaderBlock::addLine(std::string_view line) {
     const std::string_view text = trimmed(line);
     const bool continues = !line.empty() && (line.front() == ' ' || line.front() == '\t');
     if (continues && !name_.empty()) {
-        if (text.find_first_of(controls) != std::string_view::npos) {
-            flaw_ = "a line of its header holds a CR or a NUL";
-        }
+        noteControls(text);
         value_ += ' ';
         value_ += text;
         return false;
@@ -42,9 +33,7 @@ bool HeaderBlock::addLine(std::string_view line) {
     if (text.empty()) {
         return true;
     }
-    if (text.find_first_of(controls) != std::string_view::npos) {
-        flaw_ = "a line of its header holds a CR or a NUL";
-    }
+    noteControls(text);
     if (++fields_ > maxFields_) {
         throw httpclient_core::HttpRequestFailedException(
             "The response has more than " + std::to_string(maxFields_) + " header fields");
@@ -59,6 +48,13 @@ bool HeaderBlock::addLine(std::string_view line) {
     name_ = text.substr(0, colon);
     value_ = trimmed(text.substr(colon + 1));
     return false;
+}
+
+void HeaderBlock::noteControls(std::string_view text) {
+    // Two searches for one byte each are many times faster than one for either.
+    if (text.find('\r') != std::string_view::npos || text.find('\0') != std::string_view::npos) {
+        flaw_ = "a line of its header holds a CR or a NUL";
+    }
 }
 
 void HeaderBlock::begin(std::string_view line) {
@@ -84,8 +80,10 @@ void HeaderBlock::keepField() {
     value_.clear();
 }
 
-std::string HeaderBlock::header(const std::string& name) const {
-    return headers_.getHeaderValueOr(name, {});
+const std::string& HeaderBlock::header(const std::string& name) const {
+    static const std::string none;
+    const auto field = headers_.find(name);
+    return field != headers_.end() ? field->second : none;
 }
 
 }  // namespace foundation::httpclient_curl

@@ -4,6 +4,7 @@
 
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace foundation::httpclient_curl {
 
@@ -26,11 +27,18 @@ public:
     /// What makes the fields doubtful, for a message; empty for nothing.
     const std::string& flaw() const noexcept { return flaw_; }
     /// The value of the first field of that name; empty where there is none.
-    std::string header(const std::string& name) const;
+    const std::string& header(const std::string& name) const;
+    /// Adds a field that did not come over the wire.
+    void addField(const std::string& name, std::string value) {
+        headers_.add(name, std::move(value));
+    }
+    /// Moves the fields out; none are left.
+    httpclient_core::HttpHeaders takeHeaders() noexcept { return std::move(headers_); }
 
 private:
     void begin(std::string_view line);
     void keepField();
+    void noteControls(std::string_view text);
 
     httpclient_core::HttpResponseCode code_ =
         httpclient_core::HttpResponseCode::ResponseNotReceived;

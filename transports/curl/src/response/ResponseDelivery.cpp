@@ -21,11 +21,12 @@ ResponseDelivery::ResponseDelivery(httpclient_core::HttpResponse& response,
                                    std::int64_t maxBodyBytes)
     : response_(response), guard_(guard), history_(history), maxBodyBytes_(maxBodyBytes) {}
 
-void ResponseDelivery::begin(const HeaderBlock& block,
-                             HttpHeaders headers,
+void ResponseDelivery::begin(HeaderBlock& block,
+                             AnswerTerms terms,
                              ResumeGuard::Verdict verdict,
                              std::int64_t declared) {
     begun_ = true;
+    HttpHeaders headers = block.takeHeaders();
     const bool isAside = verdict == ResumeGuard::Verdict::HoldAside;
     response_.setResponseCodeAndReason(block.code(), block.reason());
     if (isAside) {
@@ -34,7 +35,7 @@ void ResponseDelivery::begin(const HeaderBlock& block,
         headers = HeldAnswer::keeping(std::move(headers));
     }
     response_.setHeaders(std::move(headers));
-    guard_.commit(block, verdict);
+    guard_.commit(std::move(terms), verdict);
     if (!isAside) {
         const bool isAccepted = verdict == ResumeGuard::Verdict::Accept;
         requireRoomFor(guard_.held() + declared - (isAccepted ? guard_.overlapSize() : 0));

@@ -21,10 +21,11 @@ public:
                      RequestHistory& history,
                      std::int64_t maxBodyBytes);
 
-    /// Delivers the code and these headers. Throws HttpRequestFailedException where a body of the
-    /// declared length would be too large; `declared` is 0 where none is.
-    void begin(const HeaderBlock& block,
-               httpclient_core::HttpHeaders headers,
+    /// Delivers the code and the headers, which are taken out of the block. Throws
+    /// HttpRequestFailedException where a body of the declared length would be too large; `declared` is 0
+    /// where none is.
+    void begin(HeaderBlock& block,
+               AnswerTerms terms,
                ResumeGuard::Verdict verdict,
                std::int64_t declared);
     bool isBegun() const noexcept { return begun_; }

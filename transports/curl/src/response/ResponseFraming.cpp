@@ -4,29 +4,21 @@
 
 #include <algorithm>
 #include <charconv>
-#include <vector>
 
 namespace foundation::httpclient_curl {
 namespace {
 
-// The members of a field that may come as one list, as several fields, or both.
-std::vector<std::string> members(const HeaderBlock& block, std::string_view name) {
-    std::vector<std::string> found;
-    for (const auto& [fieldName, value] : block.headers()) {
-        if (!sameName(fieldName, name)) {
-            continue;
+// Calls `take` with each member of a list.
+template <class Take>
+void forEachMember(std::string_view list, Take&& take) {
+    for (;;) {
+        const std::size_t comma = list.find(',');
+        take(trimmed(list.substr(0, comma)));
+        if (comma == std::string_view::npos) {
+            return;
         }
-        std::string_view rest = value;
-        for (;;) {
-            const std::size_t comma = rest.find(',');
-            found.emplace_back(trimmed(rest.substr(0, comma)));
-            if (comma == std::string_view::npos) {
-                break;
-            }
-            rest.remove_prefix(comma + 1);
-        }
+        list.remove_prefix(comma + 1);
     }
-    return found;
 }
 
 std::optional<std::int64_t> toLength(std::string_view text) {
@@ -49,43 +41,46 @@ int digitOf(char c) {
 
 }  // namespace
 
-std::optional<std::string> framingFlaw(const HeaderBlock& block) {
-    if (!block.flaw().empty()) {
-        return block.flaw();
-    }
-    const std::vector<std::string> lengths = members(block, "Content-Length");
-    const std::vector<std::string> codings = members(block, "Transfer-Encoding");
-    std::optional<std::int64_t> first;
-    for (const std::string& text : lengths) {
-        const std::optional<std::int64_t> length = toLength(text);
-        if (!length.has_value()) {
-            return "its Content-Length is no length";
+// Both fields may come as one list, as several fields, or both.
+Framing framingOf(const HeaderBlock& block) {
+    Framing framing;
+    framing.flaw = block.flaw();
+    const auto addFlaw = [&framing](const char* flaw) {
+        if (framing.flaw.empty()) {
+            framing.flaw = flaw;
         }
-        if (first.has_value() && *first != *length) {
-            return "it has two different Content-Length values";
+    };
+    std::size_t codings = 0;
+    bool isOtherCoding = false;
+    for (const auto& [name, value] : block.headers()) {
+        if (sameName(name, "Content-Length")) {
+            forEachMember(value, [&](std::string_view text) {
+                const std::optional<std::int64_t> length = toLength(text);
+                if (!length.has_value()) {
+                    addFlaw("its Content-Length is no length");
+                } else if (framing.length.has_value() && *framing.length != *length) {
+                    addFlaw("it has two different Content-Length values");
+                }
+                framing.length = length;
+            });
+        } else if (sameName(name, "Transfer-Encoding")) {
+            forEachMember(value, [&](std::string_view coding) {
+                ++codings;
+                isOtherCoding = isOtherCoding || !sameName(coding, "chunked");
+            });
         }
-        first = length;
     }
-    if (codings.empty()) {
-        return std::nullopt;
-    }
-    if (codings.size() != 1 || !sameName(codings.front(), "chunked")) {
+    framing.isChunked = codings > 0;
+    if (codings > 1 || isOtherCoding) {
         // No other one was asked for.
-        return "its Transfer-Encoding is not chunked";
+        addFlaw("its Transfer-Encoding is not chunked");
+    } else if (framing.isChunked && framing.length.has_value()) {
+        addFlaw("it has both Content-Length and Transfer-Encoding");
     }
-    if (first.has_value()) {
-        return "it has both Content-Length and Transfer-Encoding";
+    if (!framing.flaw.empty()) {
+        framing.length.reset();
     }
-    return std::nullopt;
-}
-
-std::optional<std::int64_t> declaredLength(const HeaderBlock& block) {
-    const std::vector<std::string> lengths = members(block, "Content-Length");
-    return lengths.empty() ? std::nullopt : toLength(lengths.front());
-}
-
-bool isChunked(const HeaderBlock& block) {
-    return !members(block, "Transfer-Encoding").empty();
+    return framing;
 }
 
 bool ChunkCheck::add(std::string_view bytes) {

@@ -10,11 +10,15 @@
 /// lengths, the digits that it finds at the beginning of one, and a chunk of no size for the last one.
 namespace foundation::httpclient_curl {
 
-/// What makes the end of the answer's body doubtful, for a message; nothing where it is clear.
-std::optional<std::string> framingFlaw(const HeaderBlock& block);
-/// The length that the answer declares, if it declares one and no flaw was found.
-std::optional<std::int64_t> declaredLength(const HeaderBlock& block);
-bool isChunked(const HeaderBlock& block);
+struct Framing {
+    std::string
+        flaw;  ///< What makes the end of the body doubtful, for a message; empty for nothing.
+    std::optional<std::int64_t> length;  ///< Declared, if it is and there is no flaw.
+    bool isChunked = false;
+};
+
+/// What the header of an answer says about the end of its body.
+Framing framingOf(const HeaderBlock& block);
 
 /// Reads along in a chunked body as it came over the wire (RFC 9112, 7.1). Lines end with CR LF here, and
 /// nothing else: a chunk whose size is off by one may be followed by half of that.

@@ -1,40 +1,18 @@
 #include "resume/ResumeGuard.h"
 
 #include "request/BodyStream.h"
-#include "request/HeaderText.h"
 
 #include <foundation/httpclient_core/HttpRequestFailedException.h>
 
 #include <algorithm>
-#include <charconv>
 #include <iostream>
+#include <utility>
 
 namespace foundation::httpclient_curl {
 namespace {
 
 using httpclient_core::HttpRequestFailedException;
 using httpclient_core::HttpResponseCode;
-
-bool hasSeveralParts(const HeaderBlock& block) {
-    constexpr std::string_view severalRanges = "multipart/byteranges";
-    return sameName(block.header("Content-Type").substr(0, severalRanges.size()), severalRanges);
-}
-
-bool isPlain(const HeaderBlock& block) {
-    const std::string coding = block.header("Content-Encoding");
-    return (coding.empty() || sameName(coding, "identity")) && !hasSeveralParts(block);
-}
-
-// Nothing also where several fields contradict each other.
-std::optional<ByteRange> sentRange(const HeaderBlock& block) {
-    const std::string text = block.header("Content-Range");
-    for (const auto& [name, value] : block.headers()) {
-        if (sameName(name, "Content-Range") && value != text) {
-            return std::nullopt;
-        }
-    }
-    return ByteRange::fromContentRange(text);
-}
 
 bool isOneRangeOfBytes(const std::string& range) {
     return range.starts_with("bytes=") && range.find(',') == std::string::npos;
@@ -57,13 +35,6 @@ std::optional<ByteRange> askedRange(const std::string& range, std::int64_t total
         asked->last = asked->last < 0 ? total - 1 : std::min(asked->last, total - 1);
     }
     return asked;
-}
-
-std::int64_t contentLength(const HeaderBlock& block) {
-    const std::string text = block.header("Content-Length");
-    std::int64_t length = -1;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), length);
-    return error == std::errc() && end == text.data() + text.size() ? length : -1;
 }
 
 // The last byte to end with: of what was asked for, where the server sends less of it.
@@ -142,41 +113,39 @@ void ResumeGuard::startOver() {
     ifRange_.clear();
 }
 
-bool ResumeGuard::continuesBody(const HeaderBlock& block) const {
-    const std::optional<ByteRange> sent = sentRange(block);
-    const std::int64_t length = contentLength(block);
-    return sent.has_value() && isPlain(block) && mark_.validator.matches(block) &&
+bool ResumeGuard::continuesBody(const AnswerTerms& terms) const {
+    const std::optional<ByteRange>& sent = terms.range;
+    return sent.has_value() && terms.isPlain && mark_.validator.matches(terms.validator) &&
            sent->first == mark_.first + mark_.held - overlapSize() &&
            (mark_.last < 0 || sent->last <= mark_.last) &&
            (sent->total < 0 || mark_.total < 0 || sent->total == mark_.total) &&
            // Without any of these nothing would tell a part that ends early from the rest.
            (mark_.last >= 0 || sent->total >= 0 || mark_.total >= 0) &&
-           (length < 0 || length == sent->last - sent->first + 1);
+           (terms.length < 0 || terms.length == sent->last - sent->first + 1);
 }
 
-ResumeGuard::Verdict ResumeGuard::judge(const HeaderBlock& block) const {
-    const bool isPartial = block.code() == HttpResponseCode::PartialContent;
+ResumeGuard::Verdict ResumeGuard::judge(const AnswerTerms& terms) const {
     if (resuming_) {
-        if (isPartial) {
+        if (terms.isPartial()) {
             const Verdict verdict = overlap_.has_value() ? Verdict::Compare : Verdict::Accept;
-            return continuesBody(block) ? verdict : Verdict::StartOver;
+            return continuesBody(terms) ? verdict : Verdict::StartOver;
         }
         // The range was not the caller's, so the caller does not hear that it cannot be had.
-        if (block.code() == HttpResponseCode::RangeNotSatisfiable) {
+        if (terms.code == HttpResponseCode::RangeNotSatisfiable) {
             return Verdict::StartOver;
         }
-        return isSuccess(block.code()) || !mayHoldAside_ ? Verdict::Replace : Verdict::HoldAside;
+        return isSuccess(terms.code) || !mayHoldAside_ ? Verdict::Replace : Verdict::HoldAside;
     }
-    if (!isPartial) {
+    if (!terms.isPartial()) {
         return range_.empty() ? Verdict::Accept : Verdict::Replace;
     }
-    const std::optional<ByteRange> sent = sentRange(block);
+    const std::optional<ByteRange>& sent = terms.range;
     const bool isWhole = sent.has_value() && sent->first == 0 && sent->last == sent->total - 1;
     if (range_.empty() && !isWhole) {
         throw HttpRequestFailedException(
             "The server sent part of the resource although no range was asked for");
     }
-    if (isOneRangeOfBytes(range_) && (!sent.has_value() || hasSeveralParts(block))) {
+    if (isOneRangeOfBytes(range_) && (!sent.has_value() || terms.hasSeveralParts)) {
         throw HttpRequestFailedException("The server sent a part without saying which one");
     }
     const std::optional<ByteRange> asked = askedRange(range_, sent.has_value() ? sent->total : -1);
@@ -196,7 +165,7 @@ bool ResumeGuard::compare(std::string_view& data) {
     return isSame;
 }
 
-void ResumeGuard::commit(const HeaderBlock& block, Verdict verdict) {
+void ResumeGuard::commit(AnswerTerms terms, Verdict verdict) {
     committed_ = true;
     if (verdict == Verdict::HoldAside) {
         isAside_ = true;
@@ -210,30 +179,28 @@ void ResumeGuard::commit(const HeaderBlock& block, Verdict verdict) {
         // an earlier attempt the body is the caller's, who may have put there what the answer continues.
         response_.resetResponseBody();
     }
-    const bool isPartial = block.code() == HttpResponseCode::PartialContent;
-    const std::optional<ByteRange> sent = isPartial ? sentRange(block) : std::nullopt;
+    const std::optional<ByteRange>& sent = terms.range;
     if (sent.has_value()) {
         expected_ = sent->last - sent->first + 1;
         mark_.total = sent->total >= 0 ? sent->total : mark_.total;
     }
     if (!resuming_ || verdict == Verdict::Replace) {
         // A range that cannot be had would fail for ever. The core gives it up as well.
-        if (!resuming_ && block.code() == HttpResponseCode::RangeNotSatisfiable) {
+        if (!resuming_ && terms.code == HttpResponseCode::RangeNotSatisfiable) {
             mark_.callersRange.clear();
         }
         resuming_ = false;
         mark_.first = sent.has_value() ? sent->first : 0;
         mark_.last = sent.has_value() ? wantedLast(range_, *sent) : -1;
-        mark_.total = sent.has_value() ? sent->total : contentLength(block);
+        mark_.total = sent.has_value() ? sent->total : terms.length;
         mark_.held = 0;
-        mark_.validator = Validator(block);
+        mark_.validator = std::move(terms.validator);
     }
     // An answer to a range shows that there are ranges; the whole must say so.
-    resumable_ =
-        request_.getHttpMethod() == httpclient_core::HttpMethod::GET && isPlain(block) &&
-        // The whole in place of a caller's range would end as if it were that range.
-        (sent.has_value() || (block.code() == HttpResponseCode::OK && mark_.callersRange.empty() &&
-                              block.header("Accept-Ranges") == "bytes"));
+    resumable_ = request_.getHttpMethod() == httpclient_core::HttpMethod::GET && terms.isPlain &&
+                 // The whole in place of a caller's range would end as if it were that range.
+                 (sent.has_value() || (terms.code == HttpResponseCode::OK &&
+                                       mark_.callersRange.empty() && terms.acceptsRanges));
 }
 
 void ResumeGuard::replaceByPage(std::size_t size) {

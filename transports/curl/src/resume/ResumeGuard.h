@@ -1,5 +1,5 @@
 #pragma once
-#include "response/HeaderBlock.h"
+#include "resume/AnswerTerms.h"
 #include "resume/Overlap.h"
 #include "resume/ResumeMark.h"
 
@@ -46,7 +46,7 @@ public:
 
     /// Throws HttpRequestFailedException for an answer that can neither be delivered nor be asked for
     /// again.
-    Verdict judge(const HeaderBlock& block) const;
+    Verdict judge(const AnswerTerms& terms) const;
     /// Resets the body for a second request within the attempt, which asks for all of it.
     void startOver();
     /// After `Verdict::Compare`, with the next bytes of the body; `data` is left with those to append.
@@ -55,7 +55,7 @@ public:
     bool isComparing() const noexcept { return overlap_.has_value() && !overlap_->isComplete(); }
     /// The answer is delivered from here on. Resets the body unless the answer continues it or is held
     /// aside, so that a stream factory sees the head of the answer which its stream is for.
-    void commit(const HeaderBlock& block, Verdict verdict);
+    void commit(AnswerTerms terms, Verdict verdict);
     /// The body of an answer that was held aside goes into the response body after all, with the `size`
     /// bytes of it that were dropped.
     void replaceByPage(std::size_t size);
@@ -89,7 +89,7 @@ public:
 private:
     void resetBody();
     bool canResume(const std::string& range);
-    bool continuesBody(const HeaderBlock& block) const;
+    bool continuesBody(const AnswerTerms& terms) const;
     bool isBeyondPromise() const;
 
     httpclient_core::HttpRequest& request_;

@@ -1,6 +1,7 @@
 #include "resume/ResumeMark.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <sstream>
 
@@ -9,15 +10,22 @@ namespace {
 
 const char* const markHeader = "QZ-Internal-Resume";
 
-std::string toHex(const std::string& text) {
+void appendHex(std::string& line, std::string_view text) {
     constexpr std::string_view digits = "0123456789abcdef";
-    std::string hex = "x";
+    line += " x";
+    std::size_t end = line.size();
+    line.resize(end + 2 * text.size());
     for (const char c : text) {
         const auto byte = static_cast<unsigned char>(c);
-        hex += digits[byte >> 4U];
-        hex += digits[byte & 0xFU];
+        line[end++] = digits[byte >> 4U];
+        line[end++] = digits[byte & 0xFU];
     }
-    return hex;
+}
+
+void appendNumber(std::string& line, std::int64_t number) {
+    std::array<char, 24> text{' '};
+    char* const end = std::to_chars(text.data() + 1, text.data() + text.size(), number).ptr;
+    line.append(text.data(), static_cast<std::size_t>(end - text.data()));
 }
 
 std::string fromHex(std::string_view hex) {
@@ -57,15 +65,28 @@ std::int64_t ResumeMark::tailAfterReset() const noexcept {
 }
 
 void ResumeMark::leaveIn(httpclient_core::HttpRequest& request) const {
-    std::string text = resumable ? "1" : "0";
+    // Of a body that is not continued nobody asks for the version.
+    static const Validator none;
+    const Validator& version = resumable ? validator : none;
+    constexpr std::size_t allNumbers = 160;
+    std::string line;
+    line.reserve(allNumbers +
+                 2 * (version.etag.size() + version.lastModified.size() + callersRange.size()));
+    line += resumable ? '1' : '0';
     for (const std::int64_t number : {first, held, position, tail, total, last}) {
-        text += ' ' + std::to_string(number);
+        appendNumber(line, number);
     }
-    text += ' ' + std::to_string(static_cast<int>(validator.strength));
-    for (const std::string& part : {validator.etag, validator.lastModified, callersRange}) {
-        text += ' ' + toHex(part);
+    appendNumber(line, static_cast<int>(version.strength));
+    for (const std::string_view part :
+         {std::string_view(version.etag), std::string_view(version.lastModified),
+          std::string_view(callersRange)}) {
+        appendHex(line, part);
     }
-    request.setHeaderValue(markHeader, std::move(text));
+    request.setHeaderValue(markHeader, std::move(line));
+}
+
+void ResumeMark::dropFrom(httpclient_core::HttpRequest& request) {
+    request.removeHeader(markHeader);
 }
 
 std::optional<ResumeMark> ResumeMark::takeFrom(httpclient_core::HttpRequest& request) {

@@ -31,6 +31,8 @@ struct ResumeMark {
     void leaveIn(httpclient_core::HttpRequest& request) const;
     /// Takes the mark off the request.
     static std::optional<ResumeMark> takeFrom(httpclient_core::HttpRequest& request);
+    /// Takes the mark off a request that is not sent again.
+    static void dropFrom(httpclient_core::HttpRequest& request);
 };
 
 /// A byte range as Range ("bytes=1-2") and Content-Range ("bytes 1-2/3") name it.

@@ -45,16 +45,16 @@ std::string Validator::ifRange() const {
     return strength == Strength::None ? std::string() : text();
 }
 
-bool Validator::matches(const HeaderBlock& block) const {
-    if (block.header("ETag") != etag) {
+bool Validator::matches(const Validator& other) const {
+    if (other.etag != etag) {
         return false;
     }
-    const std::string other = block.header("Last-Modified");
     if (isStrong(etag)) {
         return true;
     }
     // A date that was sent as the condition comes back; what a weak tag left open may be missing.
-    return other == lastModified || (other.empty() && strength == Strength::None);
+    return other.lastModified == lastModified ||
+           (other.lastModified.empty() && strength == Strength::None);
 }
 
 }  // namespace foundation::httpclient_curl

@@ -23,8 +23,8 @@ struct Validator {
 
     /// The value of If-Range that asks for this version only; empty where there is none.
     std::string ifRange() const;
-    /// Whether an answer to ifRange(), or without one, may be of the same version.
-    bool matches(const HeaderBlock& block) const;
+    /// Whether an answer to ifRange(), or without one, that says `other` may be of the same version.
+    bool matches(const Validator& other) const;
     /// For reports: the entity tag, else the date.
     const std::string& text() const noexcept { return etag.empty() ? lastModified : etag; }
 };

@@ -13,9 +13,9 @@
 #include <foundation/httpclient_core/detail/BackoffHook.h>
 
 #include <algorithm>
-#include <list>
 #include <memory>
 #include <mutex>
+#include <unordered_map>
 #include <utility>
 
 namespace foundation::httpclient_curl {
@@ -82,54 +82,38 @@ Verdict judge(HttpResponseCode code,
 /// request for certain, so method and URL stand for it.
 class OtherRequests {
 public:
-    RequestHistory::Clock::time_point begunAt(const HttpRequest& request,
-                                              bool isFirstAttempt,
-                                              RequestHistory::Clock::time_point now) {
-        const std::string name = nameOf(request);
+    using Time = RequestHistory::Clock::time_point;
+
+    Time begunAt(const HttpRequest& request, bool isFirstAttempt, Time now) {
         const std::lock_guard lock(mutex_);
-        auto entry = find(name);
-        if (entry != entries_.end() && !isFirstAttempt) {
-            entries_.splice(entries_.begin(), entries_, entry);
-            return entry->begun;
+        const auto [entry, isNew] = begun_.try_emplace(nameOf(request), now);
+        if (isFirstAttempt) {
+            entry->second = now;
         }
-        if (entry != entries_.end()) {
-            entries_.erase(entry);
-        }
-        entries_.push_front({name, now});
+        const Time begun = entry->second;
         // Requests that were given up without another call leave theirs behind.
         constexpr std::size_t most = 4096;
-        if (entries_.size() > most) {
-            entries_.pop_back();
+        if (begun_.size() > most) {
+            begun_.erase(std::min_element(
+                begun_.begin(), begun_.end(),
+                [](const auto& one, const auto& other) { return one.second < other.second; }));
         }
-        return now;
+        return begun;
     }
 
     void forget(const HttpRequest& request) {
-        const std::string name = nameOf(request);
         const std::lock_guard lock(mutex_);
-        const auto entry = find(name);
-        if (entry != entries_.end()) {
-            entries_.erase(entry);
-        }
+        begun_.erase(nameOf(request));
     }
 
 private:
-    struct Entry {
-        std::string name;
-        RequestHistory::Clock::time_point begun;
-    };
-
     static std::string nameOf(const HttpRequest& request) {
         return std::to_string(static_cast<int>(request.getHttpMethod())) + ' ' +
                request.getURL().toAsciiString();
     }
-    std::list<Entry>::iterator find(const std::string& name) {
-        return std::find_if(entries_.begin(), entries_.end(),
-                            [&name](const Entry& entry) { return entry.name == name; });
-    }
 
     std::mutex mutex_;
-    std::list<Entry> entries_;  ///< Those asked for last come first.
+    std::unordered_map<std::string, Time> begun_;
 };
 
 struct Wait {
