@@ -31,6 +31,29 @@ bool isDefault(const struct sigaction& action) {
     return (action.sa_flags & SA_SIGINFO) == 0 && action.sa_handler == SIG_DFL;
 }
 
+// To this thread, so that the effect is there when it returns.
+void raiseHere(int signal, bool alsoForGroup) {
+    sigset_t one;
+    sigset_t former;
+    ::sigemptyset(&one);
+    ::sigaddset(&one, signal);
+    ::pthread_sigmask(SIG_BLOCK, &one, &former);
+    if (alsoForGroup) {
+        // This process takes no notice of what the others get, and gets its own: were there two, it would
+        // stop a second time when it is continued after the first.
+        struct sigaction action{};
+        ::sigaction(signal, nullptr, &action);
+        struct sigaction ignored{};
+        ignored.sa_handler = SIG_IGN;
+        ::sigaction(signal, &ignored, nullptr);
+        ::kill(0, signal);
+        ::sigaction(signal, &action, nullptr);
+    }
+    ::raise(signal);
+    ::pthread_sigmask(SIG_UNBLOCK, &one, nullptr);
+    ::pthread_sigmask(SIG_SETMASK, &former, nullptr);
+}
+
 }  // namespace
 
 CaughtSignals::CaughtSignals() {
@@ -90,29 +113,6 @@ void CaughtSignals::restore() {
             ::sigaction(numbers.at(i), &former_.at(i), nullptr);
         }
     }
-}
-
-// To this thread, so that the effect is there when it returns.
-void CaughtSignals::raiseHere(int signal, bool alsoForGroup) {
-    sigset_t one;
-    sigset_t former;
-    ::sigemptyset(&one);
-    ::sigaddset(&one, signal);
-    ::pthread_sigmask(SIG_BLOCK, &one, &former);
-    if (alsoForGroup) {
-        // This process takes no notice of what the others get, and gets its own: were there two, it would
-        // stop a second time when it is continued after the first.
-        struct sigaction action{};
-        ::sigaction(signal, nullptr, &action);
-        struct sigaction ignored{};
-        ignored.sa_handler = SIG_IGN;
-        ::sigaction(signal, &ignored, nullptr);
-        ::kill(0, signal);
-        ::sigaction(signal, &action, nullptr);
-    }
-    ::raise(signal);
-    ::pthread_sigmask(SIG_UNBLOCK, &one, nullptr);
-    ::pthread_sigmask(SIG_SETMASK, &former, nullptr);
 }
 
 }  // namespace foundation::httpclient_curl

@@ -17,7 +17,7 @@ public:
     ~CaughtSignals();
 
     /// A signal that has come since; 0 for none.
-    int take() noexcept;
+    static int take() noexcept;
     /// Lets the signal have its default effect. Returns if that was not the end: once the process goes on
     /// after a stop, and at once where its group cannot be stopped.
     void let(int signal);
@@ -30,7 +30,6 @@ private:
 
     void install();
     void restore();
-    void raiseHere(int signal, bool alsoForGroup);
 
     std::array<struct sigaction, numbers.size()> former_{};
 };

@@ -23,7 +23,7 @@ public:
          std::unique_lock<std::mutex>& lock,
          const std::string& proxyInfo,
          const std::atomic<bool>& cancelled)
-        : prompt_(prompt), lock_(lock) {
+        : prompt_(prompt), lock_(lock), asker_{cancelled, {}} {
         // Nobody signals a cancellation or the end of a trial here, so they are looked for now and then.
         constexpr std::chrono::milliseconds interval(20);
         while (!cancelled && !prompt_.isClosed_ &&
@@ -33,7 +33,7 @@ public:
         if (cancelled || prompt_.isClosed_) {
             throw core::HttpRequestCancelledException();
         }
-        prompt_.asker_.emplace(Asker{cancelled, {}});
+        prompt_.asker_.emplace(asker_);
     }
     Turn(const Turn&) = delete;
     Turn& operator=(const Turn&) = delete;
@@ -45,9 +45,12 @@ public:
         prompt_.turnEnded_.notify_all();
     }
 
+    const Asker& asker() const noexcept { return asker_; }
+
 private:
     SharedPrompt& prompt_;
     std::unique_lock<std::mutex>& lock_;
+    const Asker asker_;
 };
 
 std::optional<core::ProxyCredentials> SharedPrompt::ask(const std::string& proxyInfo,
@@ -69,13 +72,12 @@ std::optional<core::ProxyCredentials> SharedPrompt::ask(const std::string& proxy
     if (declines != declinesBefore) {
         return std::nullopt;
     }
-    const Asker asker = *asker_;
     lock.unlock();
     std::optional<core::ProxyCredentials> answer =
-        askUser(asker, previousAttemptFailed, remainingAttempts, timeoutMs);
+        askUser(turn.asker(), previousAttemptFailed, remainingAttempts, timeoutMs);
     lock.lock();
     if (!answer.has_value()) {
-        if (asker.stop.stop_requested()) {
+        if (turn.asker().stop.stop_requested()) {
             // Nobody has declined for the others.
             throw core::HttpRequestCancelledException();
         }
@@ -101,7 +103,8 @@ std::optional<core::ProxyCredentials> SharedPrompt::askUser(const Asker& asker,
 void SharedPrompt::endTrial(const Trial& trial) {
     const std::lock_guard lock(mutex_);
     const CredentialStore::State state = store_->stateFor(trial.proxyInfo);
-    if (trial.isLast && state.isRefused && state.login->generation == trial.generation) {
+    if (trial.isLast && state.isRefused && state.login.has_value() &&
+        state.login->generation == trial.generation) {
         ++declines_[trial.proxyInfo];
     }
     store_->endAnswers();
