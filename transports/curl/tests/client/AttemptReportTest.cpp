@@ -70,6 +70,31 @@ TEST_P(AttemptReportTest, TellsOfEachAttempt) {
     EXPECT_EQ(all[1].code, HttpResponseCode::OK);
 }
 
+TEST_P(AttemptReportTest, TellsTheValidatorOfWhateverStrength) {
+    const std::string old = "Sun, 06 Nov 1994 08:49:37 GMT";
+    const std::string later = "Sun, 06 Nov 1994 09:49:37 GMT";
+    const std::vector<std::pair<HeaderList, std::string>> rows{
+        {{}, ""},
+        {{{"ETag", "\"a\""}, {"Last-Modified", old}, {"Date", later}}, "\"a\""},
+        {{{"Last-Modified", old}, {"Date", later}}, old},
+        {{{"Last-Modified", old}, {"Date", old}}, old},
+        {{{"ETag", "W/\"a\""}, {"Last-Modified", old}, {"Date", later}}, "W/\"a\""},
+    };
+    for (const auto& [fields, validator] : rows) {
+        LoopbackServer server([&fields](const ReceivedRequest&, Connection& connection) {
+            connection.sendResponse(200, "OK", fields, "Hello");
+        });
+        Reports reports;
+        TestClient client(reports.options());
+        client.get(server.url(), GetParam());
+        ASSERT_EQ(reports.all().size(), 1U);
+        EXPECT_EQ(reports.all()[0].validator, validator);
+        EXPECT_EQ(reports.all()[0].bytesReceived, 5);
+        EXPECT_EQ(reports.all()[0].bytesKept, 0);
+        EXPECT_EQ(reports.all()[0].bytesDiscarded, 0);
+    }
+}
+
 TEST_P(AttemptReportTest, TellsOfAFailureBeforeAnythingWasSent) {
     Reports reports;
     TestClient client(reports.options());

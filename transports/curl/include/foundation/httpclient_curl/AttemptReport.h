@@ -62,7 +62,8 @@ struct AttemptReport {
     std::int64_t bytesDiscarded = 0;
     /// The answer continued the body of earlier attempts.
     bool resumed = false;
-    /// What pins the version of the resource: an ETag, a Last-Modified date, or empty.
+    /// The ETag of the answer that the body is from, else its Last-Modified date, else empty. It is there to
+    /// be shown: a weak tag and a date that is too young are among these, and pin no version.
     std::string validator;
     /// The last hop went over a connection of an earlier request.
     bool connectionReused = false;
