@@ -68,4 +68,12 @@ void setOption(CURL* handle, CURLoption option, Value value) {
     }
 }
 
+/// What libcurl tells of a transfer; nothing known is the value of its type made of nothing.
+template <class Value>
+Value info(CURL* handle, CURLINFO which) {
+    Value value{};
+    curl_easy_getinfo(handle, which, &value);
+    return value;
+}
+
 }  // namespace foundation::httpclient_curl

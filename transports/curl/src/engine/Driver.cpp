@@ -49,8 +49,7 @@ std::vector<Exchange*> Driver::turn() {
     int left = 0;
     while (const CURLMsg* message = curl_multi_info_read(multi_.get(), &left)) {
         if (message->msg == CURLMSG_DONE) {
-            char* owner = nullptr;
-            curl_easy_getinfo(message->easy_handle, CURLINFO_PRIVATE, &owner);
+            auto* owner = info<char*>(message->easy_handle, CURLINFO_PRIVATE);
             // Read before the handle goes: the message is part of it.
             const CURLcode code = message->data.result;
             end(*reinterpret_cast<Exchange*>(owner), code);

@@ -9,10 +9,8 @@ namespace {
 constexpr std::size_t maxIdle = 16;
 
 bool wasPlainHttp1(CURL* handle) {
-    long version = 0;
-    const char* scheme = nullptr;
-    curl_easy_getinfo(handle, CURLINFO_HTTP_VERSION, &version);
-    curl_easy_getinfo(handle, CURLINFO_SCHEME, &scheme);
+    const auto version = info<long>(handle, CURLINFO_HTTP_VERSION);
+    const auto* scheme = info<const char*>(handle, CURLINFO_SCHEME);
     return (version == CURL_HTTP_VERSION_1_0 || version == CURL_HTTP_VERSION_1_1) &&
            scheme != nullptr && std::string_view(scheme) == "HTTP";
 }

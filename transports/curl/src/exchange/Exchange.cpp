@@ -5,7 +5,7 @@
 #include "exchange/TransferReport.h"
 #include "proxy/InternalHeaders.h"
 #include "request/BodyStream.h"
-#include "request/HeaderText.h"
+#include "request/Methods.h"
 #include "retry/RetryClock.h"
 
 #include <foundation/httpclient_core/HttpRequestCancelledException.h>
@@ -16,43 +16,11 @@
 #include <utility>
 
 namespace foundation::httpclient_curl {
-namespace {
 
 using core::HttpMethod;
 using core::HttpRequestCancelledException;
 using core::HttpRequestFailedException;
 using core::HttpResponseCode;
-
-template <class Value>
-Value info(CURL* easy, CURLINFO which) {
-    Value value{};
-    curl_easy_getinfo(easy, which, &value);
-    return value;
-}
-
-const char* nameOf(HttpMethod method) {
-    switch (method) {
-        case HttpMethod::GET:
-            return "GET";
-        case HttpMethod::HEAD:
-            return "HEAD";
-        case HttpMethod::POST:
-            return "POST";
-        case HttpMethod::PUT:
-            return "PUT";
-        case HttpMethod::DELETE:
-            return "DELETE";
-        case HttpMethod::PATCH:
-            return "PATCH";
-    }
-    return "UNKNOWN";
-}
-
-bool mayHaveSideEffects(HttpMethod method) {
-    return method == HttpMethod::POST || method == HttpMethod::PATCH;
-}
-
-}  // namespace
 
 Exchange::Exchange(core::HttpRequest& request,
                    core::HttpResponse& response,
@@ -181,7 +149,7 @@ void Exchange::configureProxy(CURL* easy) {
     constexpr int mostRepeats = 2;
     hop_->pass = std::make_unique<ProxyPass>(std::move(*proxy), std::move(login),
                                              shared_.proxyKnowledge, proxyRepeats_ < mostRepeats);
-    hop_->pass->configure(easy, nameOf(method_), *url_);
+    hop_->pass->configure(easy, wireName(method_), *url_);
 }
 
 void Exchange::configureCallbacks(CURL* easy) {
@@ -203,7 +171,7 @@ void Exchange::configureCallbacks(CURL* easy) {
 }
 
 void Exchange::configureBody(CURL* easy) {
-    const char* const name = nameOf(method_);
+    const char* const name = wireName(method_);
     if (method_ == HttpMethod::HEAD) {
         setOption(easy, CURLOPT_NOBODY, 1L);
         return;

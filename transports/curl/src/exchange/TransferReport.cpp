@@ -6,13 +6,6 @@
 namespace foundation::httpclient_curl {
 namespace {
 
-template <class Value>
-Value info(CURL* easy, CURLINFO which) {
-    Value value{};
-    curl_easy_getinfo(easy, which, &value);
-    return value;
-}
-
 std::string peerOf(CURL* easy) {
     const auto* address = info<char*>(easy, CURLINFO_PRIMARY_IP);
     const auto port = info<long>(easy, CURLINFO_PRIMARY_PORT);

@@ -22,8 +22,8 @@ std::string openSslTime(std::time_t time) {
 
 CertificateAuthority::CertificateAuthority(const std::string& name) {
     runProgram({"openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt",
-                "ec_paramgen_curve:prime256v1", "-nodes", "-days", "2", "-subj",
-                "/CN=" + name, "-keyout", folder_ / "authority.key", "-out", file()});
+                "ec_paramgen_curve:prime256v1", "-nodes", "-days", "2", "-subj", "/CN=" + name,
+                "-keyout", folder_ / "authority.key", "-out", file()});
     folder_.write("index.txt", "");
     folder_.write("serial", "1000\n");
 }
