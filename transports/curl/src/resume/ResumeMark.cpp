@@ -67,8 +67,9 @@ void ResumeMark::leaveIn(httpclient_core::HttpRequest& request) const {
     const Validator& version = resumable ? validator : none;
     constexpr std::size_t allNumbers = 160;
     std::string line;
-    line.reserve(allNumbers +
-                 2 * (version.etag.size() + version.lastModified.size() + callersRange.size()));
+    const std::size_t texts =
+        version.etag.size() + version.lastModified.size() + callersRange.size();
+    line.reserve(allNumbers + (2 * texts));
     line += resumable ? '1' : '0';
     for (const std::int64_t number : {first, held, position, tail, total, last}) {
         appendNumber(line, number);
