@@ -1,6 +1,7 @@
 #include "request/WireUrl.h"
 
 #include "connection/CurlTypes.h"
+#include "request/HexDigits.h"
 #include "request/PlainUrl.h"
 
 #include <foundation/httpclient_core/HttpRequest.h>
@@ -76,15 +77,13 @@ std::string encodeUnsafe(std::string_view text) {
     if (std::none_of(text.begin(), text.end(), isUnsafe)) {
         return std::string(text);
     }
-    constexpr std::string_view digits = "0123456789ABCDEF";
     std::string encoded;
     encoded.reserve(text.size());
     for (const char c : text) {
         const auto byte = static_cast<unsigned char>(c);
         if (isUnsafe(c)) {
             encoded += '%';
-            encoded += digits[byte >> 4U];
-            encoded += digits[byte & 0xFU];
+            appendHex(encoded, byte, upperHexDigits);
         } else {
             encoded += c;
         }

@@ -1,5 +1,7 @@
 #include "resume/ResumeMark.h"
 
+#include "request/HexDigits.h"
+
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -10,15 +12,10 @@ namespace {
 
 const char* const markHeader = "QZ-Internal-Resume";
 
-void appendHex(std::string& line, std::string_view text) {
-    constexpr std::string_view digits = "0123456789abcdef";
+void appendText(std::string& line, std::string_view text) {
     line += " x";
-    std::size_t end = line.size();
-    line.resize(end + 2 * text.size());
     for (const char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
-        line[end++] = digits[byte >> 4U];
-        line[end++] = digits[byte & 0xFU];
+        appendHex(line, static_cast<unsigned char>(c), lowerHexDigits);
     }
 }
 
@@ -70,8 +67,9 @@ void ResumeMark::leaveIn(httpclient_core::HttpRequest& request) const {
     const Validator& version = resumable ? validator : none;
     constexpr std::size_t allNumbers = 160;
     std::string line;
-    line.reserve(allNumbers +
-                 2 * (version.etag.size() + version.lastModified.size() + callersRange.size()));
+    const std::size_t texts =
+        version.etag.size() + version.lastModified.size() + callersRange.size();
+    line.reserve(allNumbers + (2 * texts));
     line += resumable ? '1' : '0';
     for (const std::int64_t number : {first, held, position, tail, total, last}) {
         appendNumber(line, number);
@@ -80,7 +78,7 @@ void ResumeMark::leaveIn(httpclient_core::HttpRequest& request) const {
     for (const std::string_view part :
          {std::string_view(version.etag), std::string_view(version.lastModified),
           std::string_view(callersRange)}) {
-        appendHex(line, part);
+        appendText(line, part);
     }
     request.setHeaderValue(markHeader, std::move(line));
 }
