@@ -167,6 +167,10 @@ void Exchange::configureCallbacks(CURL* easy) {
     }
     if (needsFreshConnection_) {
         setOption(easy, CURLOPT_FRESH_CONNECT, 1L);
+    } else if (settings_.hasNeighbours && url_->origin().scheme == "https") {
+        // A connection that is being made may turn out to carry several requests. Over plain HTTP that is
+        // known only from the first answer, which nobody should have to wait for.
+        setOption(easy, CURLOPT_PIPEWAIT, 1L);
     }
 }
 

@@ -17,6 +17,7 @@ TransferSettings::TransferSettings(const httpclient_core::ClientConfiguration& c
       hstsEnabled(configuration.hstsEnabled()),
       maxRedirects(std::max(configuration.maxRedirects(), 0)),
       idleSpeed(std::max(configuration.idleSpeed(), 1)),
+      hasNeighbours(configuration.maxRequestsPerThread() > 1),
       connectTimeout(Access::connectTimeoutMs(configuration)),
       responseTimeout(Access::responseTimeoutMs(configuration)),
       idleTimeout(Access::idleTimeoutMs(configuration)) {}

@@ -20,6 +20,7 @@ struct TransferSettings {
     bool hstsEnabled;
     std::int32_t maxRedirects;  ///< Never negative.
     std::int64_t idleSpeed;     ///< Bytes a second, at least 1.
+    bool hasNeighbours;         ///< Other requests may be under way on the same thread.
     std::chrono::milliseconds connectTimeout;
     std::chrono::milliseconds responseTimeout;
     std::chrono::milliseconds idleTimeout;

@@ -5,9 +5,12 @@
 
 #include <algorithm>
 #include <atomic>
+#include <future>
 #include <map>
 #include <random>
+#include <set>
 #include <sstream>
+#include <vector>
 
 namespace foundation::httpclient_curl::testing {
 namespace {
@@ -18,11 +21,15 @@ protected:
         static CertificateAuthority authority;
         return authority;
     }
+    static const Certificate& tlsCertificate() {
+        static const Certificate certificate = authority().issue("DNS:localhost");
+        return certificate;
+    }
     // The first lines of a server that speaks HTTP/2 over TLS on its first port.
     static std::string tlsServer() {
-        static const Certificate certificate = authority().issue("DNS:localhost");
         return "server {\n    listen 127.0.0.1:@PORT0@ ssl http2;\n    ssl_certificate " +
-               certificate.file + ";\n    ssl_certificate_key " + certificate.keyFile + ";\n";
+               tlsCertificate().file + ";\n    ssl_certificate_key " + tlsCertificate().keyFile +
+               ";\n";
     }
     static std::string tlsUrl(const NginxServer& server, const std::string& path = "/") {
         return "https://localhost:" + std::to_string(server.port()) + path;
@@ -318,6 +325,29 @@ public:
 };
 
 // The server at the other end of a tunnel must not get the user to type the proxy's password.
+class SharedConnectionTest : public NginxTest {
+protected:
+    // The numbers of the connections on which requests came that were sent at once.
+    static std::set<std::string> connectionsOfFour(const std::string& url) {
+        CurlHttpClient client;
+        client.setClientConfiguration(trusting().withMaxThreads(1).withMaxRequestsPerThread(4));
+        std::vector<std::future<HttpResponse>> answers;
+        for (int i = 0; i < 4; ++i) {
+            answers.push_back(client.makeAsyncRequest(HttpRequest(HttpMethod::GET, url, {})).first);
+        }
+        std::set<std::string> connections;
+        for (std::future<HttpResponse>& answer : answers) {
+            connections.insert(answer.get().getResponseBodyString());
+        }
+        return connections;
+    }
+};
+
+TEST_F(SharedConnectionTest, RequestsOfOneThreadWaitForAnHttp2ConnectionThatIsBeingMade) {
+    const NginxServer server(tlsServer() + "location / { return 200 $connection; } }");
+    EXPECT_EQ(connectionsOfFour(tlsUrl(server)).size(), 1);
+}
+
 TEST_P(NginxTest, ARefusalFromInsideATunnelAsksNobody) {
     const NginxServer server(tlsServer() +
                              "add_header Proxy-Authenticate 'Basic realm=\"x\"' always;\n"
