@@ -249,9 +249,14 @@ neighbouring pairs. *4 threads of 2* is the default configuration; *1 threads of
 
 Small requests cost more than the goals allow. On top of what libcurl does, a request pays for its own values: URL,
 headers and body stream of request and response, their copies out of libcurl's callbacks, a configuration, a mark for a
-possible resume. That is about two thirds of the instructions that libcurl itself executes for the same request. With
-4 threads of 2 each thread has one answer at a time to wake for, where one thread of 8 finds several at once; spreading is
-kept all the same, because a body stream that blocks holds up only the transfers of its own thread.
+possible resume. That is more than half of the instructions that libcurl itself executes for the same request.
+
+An asynchronous request pays for two switches of threads besides, since handlers never run on a thread that drives
+transfers: the worker wakes a thread for the handler, and the handler's next request wakes the worker. On a virtual machine
+each costs several microseconds. With 4 threads of 2 each worker has one answer at a time to wake for, where one thread of
+8 finds several at once; spreading is kept all the same, because a body stream that blocks holds up only the transfers of
+its own thread. `docs/adr/2026-11-21-threads-of-the-transport.md` tells what running quick handlers on the workers would
+save, and what it costs.
 
 ## Again, elsewhere
 

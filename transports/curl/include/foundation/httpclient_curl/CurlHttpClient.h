@@ -76,10 +76,12 @@ struct TransferSettings;
 /// Asynchronous requests run on up to `maxThreads` threads with `maxRequestsPerThread` transfers each
 /// (clamped to 1..64 and 1..256); more wait in order. Response streams, stream factories, progress and
 /// pre-response callbacks are called on those threads: one that blocks holds up the other transfers of its
-/// thread. Handlers and strategies may sleep, and start and await requests of the same client; up to 256
-/// at a time. As long as they are quick, the threads that move the bytes call them between two steps; one
-/// that has not returned after about 10 ms loses that place to another thread, and for the second that
-/// follows all are called on threads of their own. Waits before a retry occupy no thread.
+/// thread. Handlers and strategies run on other threads, so they hold up no transfer. They may sleep, and
+/// start and await requests of the same client; up to 256 at a time. One that takes long may hold up the
+/// next ones for about 10 ms; then they get threads of their own. Waits before a retry occupy no thread.
+///
+/// Connections are kept for the next request to the same server; those of a thread for HTTP/2 carry all of
+/// its requests there, from the first ones on.
 ///
 /// The destructor ends all requests with `HttpRequestCancelledException` and returns when every handler
 /// has run and every synchronous request has returned; name look-ups that hang do not hold it up. A retry
