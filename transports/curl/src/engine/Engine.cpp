@@ -328,7 +328,7 @@ Engine::WorkerOrders Engine::ordersFor(Worker& worker) {
     return orders;
 }
 
-std::uint64_t Engine::attemptsEnded(Worker& worker, std::vector<AttemptPointer> attempts) {
+void Engine::attemptsEnded(Worker& worker, std::vector<AttemptPointer> attempts) {
     {
         Wakeups wakeups;
         const std::lock_guard lock(mutex_);
@@ -344,7 +344,7 @@ std::uint64_t Engine::attemptsEnded(Worker& worker, std::vector<AttemptPointer> 
         std::exception_ptr error = attempt->exchange.takeError();
         tasks.push_back(completion(std::move(attempt), std::move(error)));
     }
-    return executor_->offer(std::move(tasks));
+    executor_->offer(std::move(tasks));
 }
 
 Executor::Task Engine::completion(AttemptPointer attempt, std::exception_ptr error) {

@@ -76,10 +76,8 @@ public:
         bool end = false;
     };
     WorkerOrders ordersFor(Worker& worker);
-    /// The worker has places again, and the handlers of these attempts can run. The worker has to call
-    /// hurryHandlers() with the answer a moment later.
-    std::uint64_t attemptsEnded(Worker& worker, std::vector<AttemptPointer> attempts);
-    void hurryHandlers(std::uint64_t offered) { executor_->hurry(offered); }
+    /// The worker has places again, and the handlers of these attempts can run.
+    void attemptsEnded(Worker& worker, std::vector<AttemptPointer> attempts);
 
 private:
     using Records = std::unordered_map<unsigned long, std::shared_ptr<RequestRecord>>;

@@ -9,7 +9,8 @@ namespace {
 constexpr std::size_t baseThreads = 4;
 constexpr std::size_t maxThreads = 256;
 constexpr std::chrono::seconds idleTime(5);
-constexpr std::chrono::seconds eagerTime(1);
+// Longer than most handlers take, shorter than anybody notices.
+constexpr std::chrono::milliseconds longestPatience(10);
 
 // The executor whose tasks the thread runs, or null, and how many: one may be inside the other.
 constinit thread_local const Executor* current = nullptr;
@@ -33,14 +34,13 @@ void Executor::post(std::vector<Task> tasks) {
     enqueue(std::move(tasks), false);
 }
 
-std::uint64_t Executor::offer(std::vector<Task> tasks) {
-    return enqueue(std::move(tasks), true);
+void Executor::offer(std::vector<Task> tasks) {
+    enqueue(std::move(tasks), true);
 }
 
-std::uint64_t Executor::enqueue(std::vector<Task> tasks, bool isPatient) {
+void Executor::enqueue(std::vector<Task> tasks, bool isPatient) {
     Threads finished;
-    std::size_t toNotify = 0;
-    std::uint64_t last = 0;
+    Calls calls;
     {
         std::unique_lock lock(mutex_);
         if (stopping_) {
@@ -49,71 +49,74 @@ std::uint64_t Executor::enqueue(std::vector<Task> tasks, bool isPatient) {
             for (const Task& task : tasks) {
                 task();
             }
-            return 0;
+            return;
         }
         if (threads_.empty()) {
             addThread();
         }
         for (Task& task : tasks) {
             tasks_.push_back(std::move(task));
-            ++posted_;
         }
-        last = posted_;
-        if (isPatient && Clock::now() >= eagerUntil_) {
-            const bool isBusy = running_ + called_ + starting_ > 0;
-            toNotify = isBusy ? 0 : callThreads(1);
-        } else {
-            toNotify = callThreads(tasks_.size());
-        }
+        calls = isPatient ? callThread() : callThreads(tasks_.size());
         finished.swap(finished_);
     }
-    notify(toNotify);
+    notify(calls);
     for (std::thread& thread : finished) {
         thread.join();
     }
-    return last;
 }
 
-void Executor::hurry(std::uint64_t offered) {
-    std::size_t toNotify = 0;
-    {
-        const std::lock_guard lock(mutex_);
-        if (posted_ - tasks_.size() >= offered) {
-            return;
-        }
-        eagerUntil_ = Clock::now() + eagerTime;
-        toNotify = callThreads(tasks_.size());
+std::size_t Executor::onTheWay() const {
+    return called_ + starting_ + (lookoutCalled_ ? 1 : 0);
+}
+
+// Whenever tasks wait, a thread is on its way to them, or a busy one may come back for them before the
+// lookout does. To be called when tasks came, and when one was taken.
+Executor::Calls Executor::callThread() {
+    if (tasks_.empty() || onTheWay() > 0) {
+        return {};
     }
-    notify(toNotify);
+    if (running_ > 0) {
+        lookoutUntil_ = Clock::now() + 2 * longestPatience;
+        if (hasLookout_) {
+            return {};
+        }
+    }
+    return callThreads(1);
 }
 
-// Has that many threads on their way, if there are as many to be had. Answers how many to notify once the
-// lock is released, which they would only run into.
-std::size_t Executor::callThreads(std::size_t most) {
-    std::size_t toNotify = 0;
-    while (called_ + starting_ < most) {
+// Has that many threads on their way, if there are as many to be had.
+Executor::Calls Executor::callThreads(std::size_t most) {
+    Calls calls;
+    while (onTheWay() < most) {
         if (sleeping_ > 0) {
             --sleeping_;
             ++called_;
-            ++toNotify;
-            continue;
-        }
-        if (threads_.size() >= maxThreads) {
-            break;
-        }
-        try {
-            addThread();
-        } catch (const std::system_error&) {
-            // The threads that exist will come to it.
-            break;
+            ++calls.sleepers;
+        } else if (hasLookout_ && !lookoutCalled_) {
+            lookoutCalled_ = true;
+            calls.lookout = true;
+        } else {
+            try {
+                if (threads_.size() >= maxThreads) {
+                    break;
+                }
+                addThread();
+            } catch (const std::system_error&) {
+                // The threads that exist will come to it.
+                break;
+            }
         }
     }
-    return toNotify;
+    return calls;
 }
 
-void Executor::notify(std::size_t count) {
-    for (; count > 0; --count) {
+void Executor::notify(Calls calls) {
+    for (; calls.sleepers > 0; --calls.sleepers) {
         work_.notify_one();
+    }
+    if (calls.lookout) {
+        lookout_.notify_one();
     }
 }
 
@@ -136,7 +139,11 @@ void Executor::run(Threads::iterator self) {
     for (;;) {
         if (!tasks_.empty()) {
             runTask(lock);
-        } else if (stopping_ || !sleep(lock)) {
+        } else if (stopping_) {
+            break;
+        } else if (!hasLookout_ && Clock::now() < lookoutUntil_) {
+            lookOut(lock);
+        } else if (!sleep(lock)) {
             break;
         }
     }
@@ -150,7 +157,9 @@ void Executor::runTask(std::unique_lock<std::mutex>& lock) {
     Task task = std::move(tasks_.front());
     tasks_.pop_front();
     ++running_;
+    const Calls calls = callThread();
     lock.unlock();
+    notify(calls);
     ++depth;
     try {
         task();
@@ -169,16 +178,21 @@ void Executor::runTask(std::unique_lock<std::mutex>& lock) {
 // False when the thread is not needed any more.
 bool Executor::sleep(std::unique_lock<std::mutex>& lock) {
     ++sleeping_;
-    if (work_.wait_for(lock, idleTime, [this] { return stopping_ || called_ > 0; })) {
-        if (called_ > 0) {
-            --called_;
-        } else {
-            --sleeping_;
-        }
+    const bool isCalled =
+        work_.wait_for(lock, idleTime, [this] { return stopping_ || called_ > 0; });
+    if (isCalled && called_ > 0) {
+        --called_;
         return true;
     }
     --sleeping_;
-    return threads_.size() <= baseThreads;
+    return isCalled || threads_.size() <= baseThreads;
+}
+
+void Executor::lookOut(std::unique_lock<std::mutex>& lock) {
+    hasLookout_ = true;
+    lookout_.wait_for(lock, longestPatience, [this] { return stopping_ || lookoutCalled_; });
+    hasLookout_ = false;
+    lookoutCalled_ = false;
 }
 
 void Executor::drain() {
@@ -198,6 +212,7 @@ void Executor::stop() {
         threads.splice(threads.end(), finished_);
     }
     work_.notify_all();
+    lookout_.notify_all();
     for (std::thread& thread : threads) {
         if (thread.get_id() == std::this_thread::get_id()) {
             thread.detach();

@@ -7,13 +7,6 @@
 #include <utility>
 
 namespace foundation::httpclient_curl {
-namespace {
-
-constexpr auto never = Exchange::Clock::time_point::max();
-// Longer than most handlers take, shorter than anybody notices.
-constexpr std::chrono::milliseconds longestPatience(10);
-
-}  // namespace
 
 Worker::Worker(Engine& engine, long maxConnections)
     : engine_(engine), driver_(maxConnections), thread_([this] { run(); }) {}
@@ -23,29 +16,17 @@ Worker::~Worker() = default;
 void Worker::run() {
     const TransferMark mark(engine_);
     for (;;) {
-        const Clock::time_point now = Clock::now();
-        if (hurryAt_ <= now) {
-            engine_.hurryHandlers(watched_);
-            hurryAt_ = watched_ == offered_ ? never : now + longestPatience;
-            watched_ = offered_;
-        }
-        if ((hasOrders_.exchange(false) || nextTimer_ <= now) && !followOrders()) {
-            break;
+        const bool isDue = nextTimer_ <= Clock::now();
+        if ((hasOrders_.exchange(false) || isDue) && !followOrders()) {
+            return;
         }
         const std::vector<Exchange*> ended = driver_.turn();
         if (!ended.empty()) {
-            offered_ = engine_.attemptsEnded(*this, takeOut(ended));
-            if (hurryAt_ == never) {
-                watched_ = offered_;
-                hurryAt_ = now + longestPatience;
-            }
+            engine_.attemptsEnded(*this, takeOut(ended));
         }
         if (!hasOrders_) {
-            driver_.wait(std::min(nextTimer_, hurryAt_));
+            driver_.wait(nextTimer_);
         }
-    }
-    if (hurryAt_ != never) {
-        engine_.hurryHandlers(offered_);
     }
 }
 

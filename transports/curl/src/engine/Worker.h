@@ -3,7 +3,6 @@
 #include "engine/Driver.h"
 
 #include <atomic>
-#include <cstdint>
 #include <memory>
 #include <thread>
 #include <vector>
@@ -44,10 +43,6 @@ private:
     Engine& engine_;
     std::atomic<bool> hasOrders_ = true;
     Clock::time_point nextTimer_ = Clock::time_point::max();
-    std::uint64_t offered_ = 0;  ///< The last handlers that were offered to busy threads.
-    std::uint64_t watched_ = 0;  ///< Those that have to run by hurryAt_.
-    Clock::time_point hurryAt_ =
-        Clock::time_point::max();  ///< When handlers must not wait any more.
     Driver driver_;
     std::vector<AttemptPointer> attempts_;
     std::thread thread_;

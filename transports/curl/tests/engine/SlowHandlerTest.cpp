@@ -1,15 +1,19 @@
 #include "support/TestClient.h"
 
 #include <atomic>
+#include <functional>
 #include <memory>
+#include <mutex>
 #include <optional>
+#include <set>
+#include <sstream>
+#include <thread>
 #include <vector>
 
 namespace foundation::httpclient_curl::testing {
 namespace {
 
-/// Under steady traffic handlers run on the threads that move the bytes; one that blocks there must hold
-/// nothing up.
+/// Handlers that take their time must hold nothing up.
 class SlowHandlerTest : public ::testing::Test {
 protected:
     SlowHandlerTest()
@@ -50,6 +54,44 @@ protected:
     Counter ended_;
     std::optional<TestClient> client_;
 };
+
+TEST_F(SlowHandlerTest, NoHandlerRunsOnAThreadThatMovesBytes) {
+    std::mutex mutex;
+    std::set<std::thread::id> transferring;
+    std::set<std::thread::id> handling;
+    Counter ended;
+    std::atomic<int> toStart = 300;
+    const std::function<void()> next = [&] {
+        if (--toStart < 0) {
+            return;
+        }
+        HttpRequest watched = request();
+        watched.setResponseStreamFactory(
+            [&](HttpResponseCode, const std::string&, const HttpHeaders&) {
+                const std::lock_guard lock(mutex);
+                transferring.insert(std::this_thread::get_id());
+                return std::make_unique<std::stringstream>();
+            });
+        (*client_)->makeAsyncRequest(std::move(watched),
+                                     [&](HttpRequest, HttpResponse, std::exception_ptr) {
+                                         {
+                                             const std::lock_guard lock(mutex);
+                                             handling.insert(std::this_thread::get_id());
+                                         }
+                                         next();
+                                         ended.add();
+                                     });
+    };
+    for (int i = 0; i < 4; ++i) {
+        next();
+    }
+    EXPECT_TRUE(ended.waitFor(300));
+    const std::lock_guard lock(mutex);
+    EXPECT_EQ(transferring.size(), 1);
+    for (const std::thread::id thread : handling) {
+        EXPECT_FALSE(transferring.contains(thread));
+    }
+}
 
 TEST_F(SlowHandlerTest, SendsAndAwaitsNestedRequestsOfBothRoads) {
     flow(4, 400, [this](int number) {
