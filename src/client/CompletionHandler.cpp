@@ -3,7 +3,7 @@
 #include <foundation/httpclient_core/HttpRequest.h>
 #include <foundation/httpclient_core/HttpResponse.h>
 
-#include <cxxabi.h>
+#include <cxxabi.h>  // NOLINT(misc-include-cleaner): it includes what defines the class below
 #include <exception>
 #include <future>
 #include <utility>
@@ -41,6 +41,7 @@ void CompletionHandler::operator()(HttpRequest request,
     }
     try {
         task_->run(std::move(request), std::move(response), std::move(error));
+        // NOLINTNEXTLINE(misc-include-cleaner): see the include
     } catch (const abi::__forced_unwind&) {
         throw;       // The thread is being cancelled, which must not be stopped.
     } catch (...) {  // NOLINT(bugprone-empty-catch): only errors of the call itself come out

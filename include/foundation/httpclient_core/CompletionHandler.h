@@ -86,6 +86,7 @@ private:
     template <class Callable>
     struct TaskOf final : Task {
         template <class F>
+            requires(!std::same_as<std::remove_cvref_t<F>, TaskOf>)
         explicit TaskOf(F&& source) : callable(std::forward<F>(source)) {}
 
         void run(HttpRequest&& request,

@@ -139,11 +139,9 @@ void Executor::run(Threads::iterator self) {
     for (;;) {
         if (!tasks_.empty()) {
             runTask(lock);
-        } else if (stopping_) {
-            break;
-        } else if (!hasLookout_ && Clock::now() < lookoutUntil_) {
+        } else if (!stopping_ && !hasLookout_ && Clock::now() < lookoutUntil_) {
             lookOut(lock);
-        } else if (!sleep(lock)) {
+        } else if (stopping_ || !sleep(lock)) {
             break;
         }
     }
