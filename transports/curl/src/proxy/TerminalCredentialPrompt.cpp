@@ -103,7 +103,7 @@ private:
 
     // False when the terminal cannot be used any more.
     bool heedSignals() {
-        const int signal = session_.signals.take();
+        const int signal = CaughtSignals::take();
         if (signal == 0) {
             return true;
         }
