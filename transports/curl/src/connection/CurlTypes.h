@@ -68,6 +68,16 @@ void setOption(CURL* handle, CURLoption option, Value value) {
     }
 }
 
+/// A part of a URL; empty where it has none.
+inline std::string part(CURLU* url, CURLUPart which, unsigned int flags = 0) {
+    char* text = nullptr;
+    if (curl_url_get(url, which, &text, flags) != CURLUE_OK) {
+        return {};
+    }
+    const CurlText owned(text);
+    return text;
+}
+
 /// What libcurl tells of a transfer; nothing known is the value of its type made of nothing.
 template <class Value>
 Value info(CURL* handle, CURLINFO which) {

@@ -24,15 +24,6 @@ std::string firstSet(std::initializer_list<const char*> names) {
     return {};
 }
 
-std::string part(CURLU* url, CURLUPart which, unsigned int flags = 0) {
-    char* text = nullptr;
-    if (curl_url_get(url, which, &text, flags) != CURLUE_OK) {
-        return {};
-    }
-    const CurlText owned(text);
-    return text;
-}
-
 bool has(CURLU* url, CURLUPart which) {
     char* text = nullptr;
     const CURLUcode code = curl_url_get(url, which, &text, 0);

@@ -15,15 +15,6 @@
 namespace foundation::httpclient_curl {
 namespace {
 
-std::string part(CURLU* url, CURLUPart which, unsigned int flags = 0) {
-    char* text = nullptr;
-    if (curl_url_get(url, which, &text, flags) != CURLUE_OK) {
-        return {};
-    }
-    const CurlText owned(text);
-    return text;
-}
-
 std::string lowered(std::string text) {
     std::transform(text.begin(), text.end(), text.begin(), [](char c) {
         return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
