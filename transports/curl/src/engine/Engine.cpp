@@ -209,8 +209,7 @@ void Engine::sendAsync(core::HttpRequest request,
                     callWorkers(wakeups);
                 }
             } else {
-                const std::uint64_t sequence = attempt->record->sequence;
-                queue_.emplace(sequence, std::move(attempt));
+                place(std::move(attempt));
                 dispatch(wakeups);
             }
             return;
@@ -285,6 +284,12 @@ Worker* Engine::freeWorker() {
     return best;
 }
 
+// A retry takes the place that its request had.
+void Engine::place(AttemptPointer attempt) {
+    const std::uint64_t sequence = attempt->record->sequence;
+    queue_.emplace(sequence, std::move(attempt));
+}
+
 void Engine::dispatch(Wakeups& wakeups) {
     while (!queue_.empty()) {
         const int underWay =
@@ -305,8 +310,7 @@ void Engine::releaseDue(Clock::time_point now, Wakeups& wakeups) {
     while (!backingOff_.empty() && backingOff_.begin()->first <= now) {
         AttemptPointer attempt = std::move(backingOff_.begin()->second);
         backingOff_.erase(backingOff_.begin());
-        const std::uint64_t sequence = attempt->record->sequence;
-        queue_.emplace(sequence, std::move(attempt));
+        place(std::move(attempt));
     }
     dispatch(wakeups);
 }

@@ -6,10 +6,6 @@
 namespace foundation::httpclient_curl {
 namespace {
 
-char lowered(char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
 constexpr std::array<bool, 256> tokenCharacters = [] {
     std::array<bool, 256> table{};
     for (const char c : std::string_view("!#$%&'*+-.^_`|~0123456789"
@@ -29,9 +25,13 @@ bool isBlank(char c) {
 
 }  // namespace
 
+char lowerCase(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
 bool sameName(std::string_view a, std::string_view b) {
     return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                      [](char x, char y) { return lowered(x) == lowered(y); });
+                      [](char x, char y) { return lowerCase(x) == lowerCase(y); });
 }
 
 bool isToken(std::string_view text) {

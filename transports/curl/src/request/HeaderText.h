@@ -1,9 +1,11 @@
 #pragma once
 #include <string_view>
 
-/// Rules for header text that requests and responses share.
+/// Rules for text that requests and responses share.
 namespace foundation::httpclient_curl {
 
+/// The small letter of a capital from A to Z; every other character as it is.
+char lowerCase(char c);
 /// Equal but for the letter case of A to Z.
 bool sameName(std::string_view a, std::string_view b);
 /// Whether the text is a token: one or more of the characters that may form a field name.

@@ -1,7 +1,8 @@
 #include "request/PlainUrl.h"
 
+#include "request/WholeNumber.h"
+
 #include <algorithm>
-#include <charconv>
 #include <cstddef>
 
 namespace foundation::httpclient_curl {
@@ -17,11 +18,9 @@ bool isLower(char c) {
 
 // A decimal number from `least` to `most`, without a sign or leading zeros.
 bool isNumber(std::string_view text, unsigned int least, unsigned int most) {
-    unsigned int number = 0;
-    // NOLINTNEXTLINE(bugprone-suspicious-stringview-data-usage): the end is given as well
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    return error == std::errc() && end == text.data() + text.size() && number >= least &&
-           number <= most && (text.size() == 1 || text.front() != '0');
+    const std::optional<unsigned int> number = wholeNumber<unsigned int>(text);
+    return number.has_value() && *number >= least && *number <= most &&
+           (text.size() == 1 || text.front() != '0');
 }
 
 bool isAddress(std::string_view host) {

@@ -1,10 +1,10 @@
 #include "request/RequestHeaders.h"
 
 #include "request/HeaderText.h"
+#include "request/WholeNumber.h"
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <string_view>
 
 namespace foundation::httpclient_curl {
@@ -26,15 +26,11 @@ bool isWrittenHere(std::string_view name) {
 }
 
 std::int64_t parseLength(std::string_view text) {
-    std::int64_t length = -1;
-    const std::string_view digits = trimmed(text);
-    const char* end = digits.data() + digits.size();
-    // NOLINTNEXTLINE(bugprone-suspicious-stringview-data-usage): the end is given as well
-    const auto [rest, error] = std::from_chars(digits.data(), end, length);
-    if (error != std::errc() || rest != end || length < 0) {
+    const std::optional<std::int64_t> length = wholeNumber<std::int64_t>(trimmed(text));
+    if (!length.has_value() || *length < 0) {
         throw core::HttpRequestFailedException("Content-Length of the request is no length");
     }
-    return length;
+    return *length;
 }
 
 }  // namespace

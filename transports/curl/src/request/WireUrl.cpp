@@ -1,6 +1,7 @@
 #include "request/WireUrl.h"
 
 #include "connection/CurlTypes.h"
+#include "request/HeaderText.h"
 #include "request/HexDigits.h"
 #include "request/PlainUrl.h"
 
@@ -16,9 +17,7 @@ namespace foundation::httpclient_curl {
 namespace {
 
 std::string lowered(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(), [](char c) {
-        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-    });
+    std::transform(text.begin(), text.end(), text.begin(), lowerCase);
     return text;
 }
 

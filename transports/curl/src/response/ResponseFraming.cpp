@@ -1,9 +1,9 @@
 #include "response/ResponseFraming.h"
 
 #include "request/HeaderText.h"
+#include "request/WholeNumber.h"
 
 #include <algorithm>
-#include <charconv>
 
 namespace foundation::httpclient_curl {
 namespace {
@@ -22,11 +22,8 @@ void forEachMember(std::string_view list, Take&& take) {
 }
 
 std::optional<std::int64_t> toLength(std::string_view text) {
-    std::int64_t length = -1;
-    // NOLINTNEXTLINE(bugprone-suspicious-stringview-data-usage): the end is given as well
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), length);
-    const bool isWhole = error == std::errc() && end == text.data() + text.size();
-    return isWhole && length >= 0 && text.front() != '-' ? std::optional(length) : std::nullopt;
+    // No length is "-0" either.
+    return text.starts_with('-') ? std::nullopt : wholeNumber<std::int64_t>(text);
 }
 
 int digitOf(char c) {

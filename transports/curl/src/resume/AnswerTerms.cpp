@@ -1,8 +1,8 @@
 #include "resume/AnswerTerms.h"
 
 #include "request/HeaderText.h"
+#include "request/WholeNumber.h"
 
-#include <charconv>
 #include <string>
 
 namespace foundation::httpclient_curl {
@@ -19,13 +19,6 @@ std::optional<ByteRange> sentRange(const HeaderBlock& block) {
     return ByteRange::fromContentRange(text);
 }
 
-std::int64_t contentLength(const HeaderBlock& block) {
-    const std::string& text = block.header("Content-Length");
-    std::int64_t length = -1;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), length);
-    return error == std::errc() && end == text.data() + text.size() ? length : -1;
-}
-
 bool isMultipart(const HeaderBlock& block) {
     constexpr std::string_view severalRanges = "multipart/byteranges";
     const std::string_view type = block.header("Content-Type");
@@ -36,7 +29,7 @@ bool isMultipart(const HeaderBlock& block) {
 
 AnswerTerms::AnswerTerms(const HeaderBlock& block)
     : code(block.code()),
-      length(contentLength(block)),
+      length(wholeNumber<std::int64_t>(block.header("Content-Length")).value_or(-1)),
       hasSeveralParts(isMultipart(block)),
       acceptsRanges(block.header("Accept-Ranges") == "bytes"),
       validator(block) {
