@@ -23,7 +23,7 @@ std::string lowered(std::string text) {
 
 constexpr std::array<bool, 256> unsafeBytes = [] {
     std::array<bool, 256> table{};
-    for (unsigned int byte = 0; byte < table.size(); ++byte) {
+    for (unsigned int byte = 0; byte != table.size(); ++byte) {
         table[byte] = byte <= 0x20 || byte >= 0x7F;
     }
     for (const char c : std::string_view("\"<>\\^`{|}")) {
