@@ -37,10 +37,13 @@ std::string fromHex(std::string_view hex) {
     return text;
 }
 
-// Takes a number off the front of the text; -1 is never one of its values.
+// Takes a number off the front of the text; -1 is never one of its values, and "-0" is no number.
 bool takeNumber(std::string_view& text, std::int64_t& number) {
+    if (text.starts_with('-')) {
+        return false;
+    }
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (error != std::errc() || number < 0) {
+    if (error != std::errc()) {
         return false;
     }
     text.remove_prefix(static_cast<std::size_t>(end - text.data()));
