@@ -18,6 +18,11 @@ else()
     set(FOUNDATION_NO_UNDEFINED "-Wl,--no-undefined")
 endif()
 
+if(FOUNDATION_BUILD_FUZZERS)
+    # The fuzzer sees which branches are taken in what is compiled so. Its main() is linked to the targets only.
+    add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
 # foundation_limit_exports(TARGET): the shared library shows names of this project only. Not with
 # sanitizers, which compare type descriptions across libraries by address.
 function(foundation_limit_exports target)
