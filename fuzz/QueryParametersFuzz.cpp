@@ -10,6 +10,8 @@
 #include <foundation/httpclient_core/PercentEncoder.h>
 #include <foundation/httpclient_core/QueryParameters.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <iterator>
 #include <memory>
 #include <string>
@@ -43,7 +45,10 @@ void same(const QueryParameters& query, const PlainQuery& model) {
     requireSame(query.toUnencodedString(), model.raw.empty() ? "" : "?" + model.raw, "raw text");
     requireSame(query.toString(), model.print(), "printed text");
     requireSame(query.size(), model.pairs.size(), "size");
-    for (const auto& [key, value] : model.pairs) {
+    // A few of them: each is compared with all.
+    constexpr std::size_t few = 8;
+    for (std::size_t i = 0; i < std::min(few, model.pairs.size()); ++i) {
+        const std::string& key = model.pairs[i].first;
         require(query.hasParameterKey(key), "a key that is there is found", shown(key));
         std::vector<std::string> values;
         for (const auto& [otherKey, otherValue] : model.pairs) {
