@@ -2,7 +2,7 @@
 // reading of the framing finds, each impeccable answer a success, and everything else an exception of ours.
 //
 // The first line of the input holds options: "a" for the asynchronous road, "h" for HEAD, "r" to follow
-// redirects, a digit d for reads of at most 2^d - 1 bytes. The rest is the answer of the first connection, and
+// redirects, "c" to continue bodies that break off with the next answers, a digit d for reads of at most 2^d - 1 bytes. The rest is the answer of the first connection, and
 // behind each line "---" that of a further one.
 #include "fuzz/support/Oracle.h"
 #include "fuzz/support/PlainAnswer.h"
@@ -12,6 +12,7 @@
 #include <foundation/httpclient_core.h>
 #include <foundation/httpclient_curl/CurlHttpClient.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstddef>
 #include <exception>
@@ -34,6 +35,7 @@ struct Options {
             asynchronous = asynchronous || c == 'a';
             toHead = toHead || c == 'h';
             follows = follows || c == 'r';
+            continues = continues || c == 'c';
             if (c >= '0' && c <= '9') {
                 mostPerRead = (std::size_t{1} << static_cast<unsigned>(c - '0')) - 1;
             }
@@ -42,6 +44,7 @@ struct Options {
     bool asynchronous = false;
     bool toHead = false;
     bool follows = false;
+    bool continues = false;
     std::size_t mostPerRead = 0;
 };
 
@@ -69,10 +72,16 @@ Outcome run(const Options& options) {
     configuration.setRetryStrategy(noRetriesStrategy());
     configuration.setProxyAuthenticationStrategy(
         [](const HttpResponse&, const std::exception_ptr&, int) { return false; });
-    configuration.setFollowRedirects(options.follows);
+    if (options.continues) {
+        configuration.setResumeOnRetry(true);
+        configuration.setRetryStrategy([](const HttpRequest&, const HttpResponse&,
+                                          const std::exception_ptr& error, int total,
+                                          int) { return error != nullptr && total < 6; });
+    }
+    configuration.setFollowRedirects(options.follows && !options.continues);
     configuration.setMaxRedirects(3);
     client.setClientConfiguration(configuration);
-    HttpRequest request(options.toHead ? HttpMethod::HEAD : HttpMethod::GET,
+    HttpRequest request(options.toHead && !options.continues ? HttpMethod::HEAD : HttpMethod::GET,
                         URL("http://127.0.0.1:8080/"), {});
     try {
         if (!options.asynchronous) {
@@ -88,6 +97,59 @@ Outcome run(const Options& options) {
     }
 }
 
+// What the bodies of a row of answers can add up to: each alone, and each part behind as much as it follows
+// of the same version.
+struct Held {
+    std::string body;
+    std::string etag;
+};
+
+std::vector<Held> sums(const std::vector<Held>& held, const PlainAnswer& answer) {
+    std::vector<Held> all{{answer.received, answer.etag}};
+    if (answer.code == 206 && answer.rangeFirst > 0) {
+        const auto first = static_cast<std::size_t>(answer.rangeFirst);
+        for (const Held& before : held) {
+            if (first <= before.body.size() &&
+                (answer.etag.empty() || before.etag.empty() || answer.etag == before.etag)) {
+                all.push_back({before.body.substr(0, first) + answer.received,
+                               answer.etag.empty() ? before.etag : answer.etag});
+            }
+        }
+    }
+    return all;
+}
+
+void checkContinued(const std::vector<std::string>& answers,
+                    std::size_t connections,
+                    const Outcome& outcome) {
+    if (!outcome.response.has_value()) {
+        return;
+    }
+    std::vector<Held> held;
+    std::vector<Held> last;
+    PlainAnswer answer;
+    std::string about;
+    for (std::size_t i = 0; i < connections; ++i) {
+        const std::string bytes = i < answers.size() ? answers[i] : "";
+        answer = PlainAnswer::read(bytes, false);
+        about += "\n  " + shown(bytes);
+        last = sums(held, answer);
+        held.insert(held.end(), last.begin(), last.end());
+    }
+    const std::string body = outcome.response->getResponseBodyString();
+    require(answer.verdict != Verdict::Broken, "a broken answer ends no request", about);
+    requireSame(static_cast<int>(outcome.response->getResponseCode()), answer.code,
+                "code; " + about);
+    require(std::any_of(last.begin(), last.end(),
+                        [&body](const Held& each) { return each.body == body; }),
+            "the body is a sum of what came", shown(body) + about);
+    if (connections > 1 && answer.code == 206 && answer.rangeFirst > 0 && answer.rangeTotal >= 0 &&
+        body != answer.received) {
+        requireSame(body.size(), static_cast<std::size_t>(answer.rangeTotal),
+                    "size of the whole; " + about);
+    }
+}
+
 void check(const Options& options, const std::vector<std::string>& answers) {
     Outcome outcome;
     std::size_t connections = 0;
@@ -97,6 +159,10 @@ void check(const Options& options, const std::vector<std::string>& answers) {
         connections = peer.connections();
     }
     require(connections >= 1, "a connection is made", outcome.failure);
+    if (options.continues) {
+        checkContinued(answers, connections, outcome);
+        return;
+    }
     // Each hop has a connection of its own, since each ends behind its answer.
     PlainAnswer expected;
     std::size_t hop = 0;

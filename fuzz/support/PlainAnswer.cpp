@@ -183,6 +183,7 @@ private:
         if (code == 206 || !membersOf("content-range").empty()) {
             doubt("a range that nobody asked for");
         }
+        readRange();
         const std::vector<std::string> codings = membersOf("transfer-encoding");
         const std::vector<std::string> lengths = membersOf("content-length");
         const bool hasLocation = !membersOf("location").empty();
@@ -209,14 +210,44 @@ private:
             readLength(lengths);
         } else {
             answer_.body = rest_;
+            answer_.received = rest_;
         }
+    }
+
+    // "bytes FIRST-LAST/TOTAL", TOTAL may be "*".
+    void readRange() {
+        for (const auto& [name, value] : fields_) {
+            if (name == "etag") {
+                answer_.etag = value;
+            }
+        }
+        if (answer_.code != 206) {
+            return;
+        }
+        answer_.rangeFirst = -1;
+        std::string text;
+        for (const auto& [name, value] : fields_) {
+            if (name == "content-range") {
+                text += value;
+            }
+        }
+        const std::size_t dash = std::min(text.find('-'), text.size());
+        const std::size_t slash = std::min(text.find('/'), text.size());
+        if (text.starts_with("bytes ") && dash < slash && isNumber(text.substr(6, dash - 6))) {
+            answer_.rangeFirst = std::stoll(text.substr(6, dash - 6));
+            const std::string total = text.substr(std::min(slash + 1, text.size()));
+            answer_.rangeTotal = isNumber(total) ? std::stoll(total) : -1;
+        }
+    }
+
+    static bool isNumber(const std::string& text) {
+        return !text.empty() && text.size() <= 18 && std::all_of(text.begin(), text.end(), isDigit);
     }
 
     void readLength(const std::vector<std::string>& lengths) {
         std::optional<std::uint64_t> length;
         for (const std::string& text : lengths) {
-            if (text.empty() || text.size() > 18 ||
-                !std::all_of(text.begin(), text.end(), isDigit)) {
+            if (!isNumber(text)) {
                 breakOff("a length that is no number");
                 return;
             }
@@ -230,6 +261,7 @@ private:
         if (lengths.size() > 1) {
             doubt("a length that is repeated");
         }
+        answer_.received = rest_.substr(0, *length);
         if (*length > rest_.size()) {
             breakOff("the body is short");
             return;
@@ -263,6 +295,7 @@ private:
             if (*size == 0) {
                 break;
             }
+            answer_.received += rest_.substr(0, *size);
             if (rest_.size() < *size || rest_.size() - *size < 2 ||
                 rest_.substr(*size, 2) != "\r\n") {
                 breakOff("a chunk that is short or does not end");

@@ -1,4 +1,5 @@
 #pragma once
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -17,6 +18,11 @@ struct PlainAnswer {
     std::string reason;  ///< Why it is not whole, for messages.
     int code = 0;
     std::string body;
+    std::string received;  ///< The bytes of a body, also of one that breaks off.
+    std::string etag;      ///< As it came; empty for none.
+    std::int64_t rangeFirst =
+        0;  ///< Of a 206: where its bytes belong; -1 where that makes no sense.
+    std::int64_t rangeTotal = -1;  ///< Of a 206: the size of the whole; -1 for none.
     bool redirects = false;  ///< A whole head with a code and a Location that a client may follow.
 
     /// The first answer in `bytes` that is not an interim one.
