@@ -432,6 +432,10 @@ void Exchange::deliver(HeaderBlock& block, AnswerTerms terms, ResumeGuard::Verdi
 
 void Exchange::onBody(std::string_view data) {
     received_ += static_cast<std::int64_t>(data.size());
+    if (hop_->block.code() == HttpResponseCode::SwitchingProtocols) {
+        // They are no body; libcurl takes them for one that ends with the connection.
+        refuseAnswer("bytes of another protocol follow it");
+    }
     if (hop_->dropsBody()) {
         constexpr std::int64_t worthReading = 65536;
         hop_->swallowedBytes += static_cast<std::int64_t>(data.size());
