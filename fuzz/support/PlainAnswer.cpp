@@ -189,7 +189,7 @@ private:
         const bool hasLocation = !membersOf("location").empty();
         answer_.redirects = hasLocation && (code == 301 || code == 302 || code == 303 ||
                                             code == 307 || code == 308);
-        if (toHead_ || code == 204 || code == 304) {
+        if (toHead_ || code == 101 || code == 204 || code == 304) {
             if (!codings.empty() || !lengths.empty()) {
                 doubt("framing of a body that is not there");
             }
