@@ -125,8 +125,11 @@ std::optional<ByteRange> ByteRange::fromRange(std::string_view text) {
 std::optional<ByteRange> ByteRange::fromContentRange(std::string_view text) {
     ByteRange range;
     if (!take(text, "bytes ") || !takeNumber(text, range.first) || !take(text, "-") ||
-        !takeNumber(text, range.last) || !take(text, "/") ||
-        (text != "*" && !takeNumber(text, range.total)) || (text != "*" && !text.empty())) {
+        !takeNumber(text, range.last) || !take(text, "/")) {
+        return std::nullopt;
+    }
+    const bool isTotalKnown = text != "*";
+    if (isTotalKnown && (!takeNumber(text, range.total) || !text.empty())) {
         return std::nullopt;
     }
     const bool fits = range.first <= range.last && (range.total < 0 || range.last < range.total);

@@ -19,6 +19,13 @@ TEST(ByteRangeTest, ReadsBothForms) {
     EXPECT_EQ(content->total, 10);
 }
 
+TEST(ByteRangeTest, TotalIsANumberOrUnknownAndNothingBeside) {
+    EXPECT_EQ(ByteRange::fromContentRange("bytes 5-9/*")->total, -1);
+    for (const char* text : {"bytes 5-9/10*", "bytes 5-9/**", "bytes 5-9/*1", "bytes 5-9/"}) {
+        EXPECT_FALSE(ByteRange::fromContentRange(text).has_value()) << text;
+    }
+}
+
 TEST(ByteRangeTest, NumberWithASignIsNone) {
     for (const char* text : {"bytes=-0-", "bytes=-0-5", "bytes=0--0", "bytes=+1-2", "bytes=-5"}) {
         EXPECT_FALSE(ByteRange::fromRange(text).has_value()) << text;
