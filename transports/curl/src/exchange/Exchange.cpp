@@ -348,6 +348,10 @@ void Exchange::onBlock() {
     }
     const HttpResponseCode code = block.code();
     if (isInformational(code) && code != HttpResponseCode::SwitchingProtocols) {
+        if (!block.flaw().empty()) {
+            // Where it ends is where the answer begins.
+            refuseAnswer(block.flaw());
+        }
         return;
     }
     if (static_cast<long>(code) != readByLibcurl) {

@@ -69,6 +69,9 @@ std::vector<Case> cases() {
          malformed + "a line of its header holds a CR or a NUL"},
         {"CrAtTheEndOfTheHead", ok + "\r\r\nX: a\r\n\r\nHello", "",
          malformed + "a line of its header holds a CR or a NUL"},
+        {"CrAtTheEndOfAnInterimAnswer",
+         "HTTP/1.1 100 Continue\r\n\rX: a\n" + ok + "Content-Length: 5\r\n\r\nHello", "",
+         malformed + "a line of its header holds a CR or a NUL"},
         {"FieldLikeAStatusLine", ok + "HTTP/1: x\r\nContent-Length: 5\r\n\r\nHello", "Hello", ""},
         {"FieldLikeAStatusLineHidesNoLength",
          ok + "Content-Length: 5\r\nHTTP/1: x\r\nTransfer-Encoding: chunked\r\n\r\n"
