@@ -18,6 +18,11 @@ else()
     set(FOUNDATION_NO_UNDEFINED "-Wl,--no-undefined")
 endif()
 
+if(FOUNDATION_BUILD_FUZZERS)
+    # The fuzzer sees which branches are taken in what is compiled so. Its main() is linked to the targets only.
+    add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
 # A defect that slips through is to end the program, not to be used: guarded stacks and control flow,
 # checked buffers and indices where the compiler optimises, and tables of addresses that are read-only
 # from the start on. Costs a few hundredths of the time. Linked PRIVATE, like the warnings.

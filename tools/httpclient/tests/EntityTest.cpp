@@ -114,6 +114,14 @@ TEST(ContentRangeTest, ReadsFirstLastAndTotal) {
     EXPECT_EQ(ContentRange::parse("bytes 5-9/*")->total, -1);
 }
 
+TEST(ContentRangeTest, NumberWithASignIsNone) {
+    for (const char* text : {"bytes 0--0/5", "bytes 0--0/*", "bytes 0-+1/5", "bytes 0-1/+5"}) {
+        EXPECT_FALSE(ContentRange::parse(text).has_value()) << text;
+    }
+    EXPECT_FALSE(parseSize("-0").has_value());
+    EXPECT_EQ(parseSize("0"), 0);
+}
+
 TEST(ContentRangeTest, RefusesWhatMakesNoSense) {
     for (const char* text : {"", "bytes", "bytes */10", "bytes 9-5/10", "bytes 5-9/9",
                              "bytes -9/10", "bytes 5-/10", "lines 5-9/10", "bytes 5-9",

@@ -10,7 +10,9 @@ std::optional<std::int64_t> parseSize(std::string_view text) {
     std::int64_t value = 0;
     const char* end = std::to_address(text.end());
     const auto [stop, error] = std::from_chars(std::to_address(text.begin()), end, value);
-    return error == std::errc() && stop == end && value >= 0 ? std::optional(value) : std::nullopt;
+    // "-0" is no number of bytes either.
+    return error == std::errc() && stop == end && !text.starts_with('-') ? std::optional(value)
+                                                                         : std::nullopt;
 }
 
 std::optional<ContentRange> ContentRange::parse(std::string_view text) {

@@ -312,9 +312,13 @@ void Exchange::onHeader(std::string_view line) {
         throw HttpRequestFailedException("The response headers are larger than " +
                                          std::to_string(most) + " bytes");
     }
-    if (HeaderBlock::isStatusLine(line)) {
+    if (!hop_->inBlock && HeaderBlock::isStatusLine(line)) {
         hop_->inBlock = !isCommitted();
         hop_->undecided = false;
+        if (hop_->inBlock) {
+            hop_->block.begin(line);
+        }
+        return;
     }
     // What comes outside a block are trailers; they would change headers that were delivered.
     if (hop_->inBlock && hop_->block.addLine(line)) {
@@ -325,7 +329,8 @@ void Exchange::onHeader(std::string_view line) {
 
 void Exchange::onBlock() {
     HeaderBlock& block = hop_->block;
-    const bool toConnect = info<long>(handle(), CURLINFO_RESPONSE_CODE) == 0;
+    const long readByLibcurl = info<long>(handle(), CURLINFO_RESPONSE_CODE);
+    const bool toConnect = readByLibcurl == 0;
     if (hop_->pass != nullptr) {
         hop_->pass->onAnswer(block, toConnect);
         if (hop_->pass->hasPassed() && hop_->pass->generation() > 0) {
@@ -343,7 +348,15 @@ void Exchange::onBlock() {
     }
     const HttpResponseCode code = block.code();
     if (isInformational(code) && code != HttpResponseCode::SwitchingProtocols) {
+        if (!block.flaw().empty()) {
+            // Where it ends is where the answer begins.
+            refuseAnswer(block.flaw());
+        }
         return;
+    }
+    if (static_cast<long>(code) != readByLibcurl) {
+        // libcurl takes a line that only begins like a status line for code 200, which decides about the body.
+        refuseAnswer("its status line makes no sense");
     }
     hop_->framing = framingOf(block);
     if (!hop_->framing.flaw.empty()) {
@@ -423,6 +436,10 @@ void Exchange::deliver(HeaderBlock& block, AnswerTerms terms, ResumeGuard::Verdi
 
 void Exchange::onBody(std::string_view data) {
     received_ += static_cast<std::int64_t>(data.size());
+    if (hop_->block.code() == HttpResponseCode::SwitchingProtocols) {
+        // They are no body; libcurl takes them for one that ends with the connection.
+        refuseAnswer("bytes of another protocol follow it");
+    }
     if (hop_->dropsBody()) {
         constexpr std::int64_t worthReading = 65536;
         hop_->swallowedBytes += static_cast<std::int64_t>(data.size());

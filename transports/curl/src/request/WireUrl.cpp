@@ -110,12 +110,15 @@ void WireUrl::split(const char* base, const std::string& text, bool keepPath) {
     if (code == CURLUE_OK) {
         code = curl_url_set(url.get(), CURLUPART_URL, text.c_str(), flags);
     }
-    if (code != CURLUE_OK) {
-        throw core::HttpRequestFailedException(
-            std::string(base != nullptr ? "The redirect names no usable URL: "
-                                        : "The request names no usable URL: ") +
-            curl_url_strerror(code));
-    }
+    const auto requireUsable = [base](CURLUcode result) {
+        if (result != CURLUE_OK) {
+            throw core::HttpRequestFailedException(
+                std::string(base != nullptr ? "The redirect names no usable URL: "
+                                            : "The request names no usable URL: ") +
+                curl_url_strerror(result));
+        }
+    };
+    requireUsable(code);
     // Credentials in a URL would travel to whatever host it names.
     curl_url_set(url.get(), CURLUPART_USER, nullptr, 0);
     curl_url_set(url.get(), CURLUPART_PASSWORD, nullptr, 0);
@@ -123,6 +126,8 @@ void WireUrl::split(const char* base, const std::string& text, bool keepPath) {
     text_ = part(url.get(), CURLUPART_URL);
     origin_ = {lowered(part(url.get(), CURLUPART_SCHEME)), lowered(part(url.get(), CURLUPART_HOST)),
                part(url.get(), CURLUPART_PORT, CURLU_DEFAULT_PORT)};
+    // Decoded by libcurl, which reads it in no URL.
+    requireUsable(origin_.host.find('\x7F') == std::string::npos ? CURLUE_OK : CURLUE_BAD_HOSTNAME);
     if (origin_.scheme != "http" && origin_.scheme != "https") {
         throw core::HttpRequestFailedException("Protocol \"" + origin_.scheme +
                                                "\" is neither http nor https");

@@ -11,29 +11,42 @@ namespace foundation::httpclient_curl {
 
 using httpclient_core::HttpResponseCode;
 
+namespace {
+
+// Without the CR LF, or the LF alone, that ends it.
+std::string_view withoutEnd(std::string_view line) {
+    if (line.ends_with('\n')) {
+        line.remove_suffix(1);
+    }
+    if (line.ends_with('\r')) {
+        line.remove_suffix(1);
+    }
+    return line;
+}
+
+}  // namespace
+
 bool HeaderBlock::isStatusLine(std::string_view line) {
     // No field name can look like this: "/" is no token character.
     return line.substr(0, 5) == "HTTP/";
 }
 
 bool HeaderBlock::addLine(std::string_view line) {
-    if (isStatusLine(line)) {
-        begin(line);
-        return false;
+    const std::string_view content = withoutEnd(line);
+    const std::string_view text = trimmed(content);
+    noteControls(content);
+    // libcurl takes every line that begins with a CR for the empty one, whatever follows it.
+    if (content.empty() || content.front() == '\r') {
+        keepField();
+        return true;
     }
-    const std::string_view text = trimmed(line);
-    const bool continues = !line.empty() && (line.front() == ' ' || line.front() == '\t');
+    const bool continues = content.front() == ' ' || content.front() == '\t';
     if (continues && !name_.empty()) {
-        noteControls(text);
         value_ += ' ';
         value_ += text;
         return false;
     }
     keepField();
-    if (text.empty()) {
-        return true;
-    }
-    noteControls(text);
     if (++fields_ > maxFields_) {
         throw httpclient_core::HttpRequestFailedException(
             "The response has more than " + std::to_string(maxFields_) + " header fields");
@@ -59,6 +72,7 @@ void HeaderBlock::noteControls(std::string_view text) {
 
 void HeaderBlock::begin(std::string_view line) {
     *this = HeaderBlock(maxFields_);
+    noteControls(withoutEnd(line));
     const std::string_view text = trimmed(line);
     const std::size_t space = std::min(text.find(' '), text.size());
     const std::string_view rest = trimmed(text.substr(space));

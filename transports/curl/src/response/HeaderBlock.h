@@ -12,12 +12,14 @@ namespace foundation::httpclient_curl {
 /// are dropped, unless another reader of the answer might take them for fields: those are a flaw.
 class HeaderBlock {
 public:
-    /// Whether this line begins a block.
+    /// Whether this line begins a block, unless it stands inside one: there it is no field.
     static bool isStatusLine(std::string_view line);
 
     explicit HeaderBlock(int maxFields) : maxFields_(maxFields) {}
 
-    /// Takes one line with its end. True when it is the empty line that ends the block.
+    /// Begins with a status line; what was gathered before is forgotten.
+    void begin(std::string_view line);
+    /// Takes one further line with its end. True when it is the empty line that ends the block.
     /// Throws HttpRequestFailedException for a block of too many fields.
     bool addLine(std::string_view line);
 
@@ -36,7 +38,6 @@ public:
     httpclient_core::HttpHeaders takeHeaders() noexcept { return std::move(headers_); }
 
 private:
-    void begin(std::string_view line);
     void keepField();
     void noteControls(std::string_view text);
 

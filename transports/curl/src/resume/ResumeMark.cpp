@@ -37,10 +37,13 @@ std::string fromHex(std::string_view hex) {
     return text;
 }
 
-// Takes a number off the front of the text; -1 is never one of its values.
+// Takes a number off the front of the text; -1 is never one of its values, and "-0" is no number.
 bool takeNumber(std::string_view& text, std::int64_t& number) {
+    if (text.starts_with('-')) {
+        return false;
+    }
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (error != std::errc() || number < 0) {
+    if (error != std::errc()) {
         return false;
     }
     text.remove_prefix(static_cast<std::size_t>(end - text.data()));
@@ -122,8 +125,11 @@ std::optional<ByteRange> ByteRange::fromRange(std::string_view text) {
 std::optional<ByteRange> ByteRange::fromContentRange(std::string_view text) {
     ByteRange range;
     if (!take(text, "bytes ") || !takeNumber(text, range.first) || !take(text, "-") ||
-        !takeNumber(text, range.last) || !take(text, "/") ||
-        (text != "*" && !takeNumber(text, range.total)) || (text != "*" && !text.empty())) {
+        !takeNumber(text, range.last) || !take(text, "/")) {
+        return std::nullopt;
+    }
+    const bool isTotalKnown = text != "*";
+    if (isTotalKnown && (!takeNumber(text, range.total) || !text.empty())) {
         return std::nullopt;
     }
     const bool fits = range.first <= range.last && (range.total < 0 || range.last < range.total);

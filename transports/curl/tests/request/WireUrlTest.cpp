@@ -113,6 +113,18 @@ TEST(WireUrlTest, ResolvesLocations) {
     EXPECT_THROW(base.resolve("http://"), core::HttpRequestFailedException);
 }
 
+// libcurl decodes it once and takes it for no URL when it reads the result.
+TEST(WireUrlTest, RefusesADeleteCharacterInTheHost) {
+    EXPECT_THROW(wireUrl("http://a\x7F"
+                         "b/"),
+                 core::HttpRequestFailedException);
+    EXPECT_THROW(wireUrl("http://h/")
+                     .resolve("http://a\x7F"
+                              "b/"),
+                 core::HttpRequestFailedException);
+    EXPECT_THROW(wireUrl("http://h/").resolve("//a%7fb/"), core::HttpRequestFailedException);
+}
+
 TEST(WireUrlTest, DisplayHasNoQuery) {
     EXPECT_EQ(wireUrl("http://h/p?key=secret").display(), "http://h/p");
     EXPECT_EQ(wireUrl("http://h?secret").display(), "http://h/");

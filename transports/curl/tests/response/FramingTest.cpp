@@ -63,6 +63,20 @@ std::vector<Case> cases() {
          malformed + "a name in its header is followed by a blank"},
         {"CrInAField", ok + "X: a\rContent-Length: 4\r\n\r\nHello", "",
          malformed + "a line of its header holds a CR or a NUL"},
+        {"CrInTheStatusLine", "HTTP/1.1 200 OK\rContent-Length: 4\r\n\r\nHello", "",
+         malformed + "a line of its header holds a CR or a NUL"},
+        {"CrAtTheEndOfAField", ok + "X: a\r\r\nContent-Length: 4\r\n\r\nHello", "",
+         malformed + "a line of its header holds a CR or a NUL"},
+        {"CrAtTheEndOfTheHead", ok + "\r\r\nX: a\r\n\r\nHello", "",
+         malformed + "a line of its header holds a CR or a NUL"},
+        {"CrAtTheEndOfAnInterimAnswer",
+         "HTTP/1.1 100 Continue\r\n\rX: a\n" + ok + "Content-Length: 5\r\n\r\nHello", "",
+         malformed + "a line of its header holds a CR or a NUL"},
+        {"FieldLikeAStatusLine", ok + "HTTP/1: x\r\nContent-Length: 5\r\n\r\nHello", "Hello", ""},
+        {"FieldLikeAStatusLineHidesNoLength",
+         ok + "Content-Length: 5\r\nHTTP/1: x\r\nTransfer-Encoding: chunked\r\n\r\n"
+              "5\r\nHello\r\n0\r\n\r\n",
+         "", malformed + "it has both Content-Length and Transfer-Encoding"},
         {"NulInAField", ok + std::string("X: a\0b\r\n\r\nHello", 15), "", "(libcurl 8)"},
         {"LineWithoutColon", ok + "Nonsense\r\nContent-Length: 4\r\n\r\nHello", "", "(libcurl 8)"},
         {"LinesEndWithLineFeeds", "HTTP/1.1 200 OK\nContent-Length: 4\n\nHello", "Hell", ""},
@@ -107,6 +121,8 @@ std::vector<Case> cases() {
         {"NewVersion", "HTTP/7.0 200 OK\r\n\r\nHello", "", "(libcurl 1)"},
         {"CodeOfFourDigits", "HTTP/1.1 2000 OK\r\nContent-Length: 5\r\n\r\nHello", "", "libcurl"},
         {"CodeIsNoNumber", "HTTP/1.1 abc OK\r\nContent-Length: 5\r\n\r\nHello", "", "libcurl"},
+        {"NoVersionAndACodeThatLibcurlDoesNotRead", "HTTP/x 304 Not Modified\r\n\r\nHello", "",
+         malformed + "its status line makes no sense"},
         {"InterimAnswerOnly", "HTTP/1.1 100 Continue\r\n\r\n", "", "libcurl"},
         {"Nothing", "", "", "(libcurl 52)"},
         {"VersionOne", "HTTP/1.0 200 OK\r\n\r\nHello", "Hello", ""},
@@ -134,6 +150,7 @@ TEST_P(FramingTest, EndsInTheExactBodyOrAFailure) {
     const Outcome outcome = client.get(server.url(), road);
     if (each.failure.empty()) {
         EXPECT_EQ(outcome.message(), "");
+        EXPECT_EQ(outcome.code(), HttpResponseCode::OK);
         EXPECT_EQ(outcome.body(), each.body);
     } else {
         EXPECT_TRUE(holds<HttpRequestFailedException>(outcome.error)) << outcome.message();

@@ -78,6 +78,18 @@ TEST_P(HeaderCommitTest, SwitchOfProtocolsIsAnAnswer) {
     EXPECT_EQ(upgrade, "x");
 }
 
+TEST_P(HeaderCommitTest, BytesBehindASwitchOfProtocolsAreNoBody) {
+    for (const std::string field : {"", "Content-Length: 10\r\n", "Content-Length: 5\r\n"}) {
+        LoopbackServer server(
+            sendingThenClosing("HTTP/1.1 101 Switching Protocols\r\n" + field + "\r\nHello"));
+        client_->setClientConfiguration(plainConfiguration());
+        const Outcome outcome = get(server.url());
+        EXPECT_TRUE(holds<HttpRequestFailedException>(outcome.error)) << field;
+        EXPECT_NE(outcome.message().find("bytes of another protocol follow it"), std::string::npos)
+            << outcome.message();
+    }
+}
+
 TEST_P(HeaderCommitTest, MissingReasonIsThatOfTheCode) {
     LoopbackServer server([](const ReceivedRequest& request, Connection& connection) {
         connection.send("HTTP/1.1 " + request.target.substr(1) +
