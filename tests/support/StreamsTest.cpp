@@ -86,6 +86,28 @@ TEST(StreamsTest, ReadRestReadsTextsOfEverySizeAroundABlock) {
     }
 }
 
+// A buffer that tells its position but cannot go back to an earlier one.
+class ForwardBuffer : public PipeBuffer {
+public:
+    using PipeBuffer::PipeBuffer;
+
+protected:
+    pos_type seekoff(off_type offset, std::ios::seekdir from, std::ios::openmode) override {
+        return offset == 0 && from == std::ios::cur ? pos_type(gptr() - eback())
+                                                    : pos_type(off_type(-1));
+    }
+};
+
+TEST(StreamsTest, ReadWholeOfAStreamThatCannotGoBackGivesTheRest) {
+    ForwardBuffer buffer("head tail");
+    std::istream stream(&buffer);
+    std::string word;
+    stream >> word;
+    ASSERT_EQ(stream.tellg(), std::streampos(4));
+    EXPECT_EQ(readWhole(stream), " tail");
+    EXPECT_EQ(readWhole(stream), "");
+}
+
 // A buffer that announces nothing, or the wrong amount, of what it can give.
 class AnnouncingBuffer : public std::streambuf {
 public:
