@@ -1,11 +1,12 @@
 #!/usr/bin/env python3
-"""Judges what llvm-cov exported, one area of the sources after the other.
+"""Judges what llvm-cov exported of each program, one area of the sources after the other.
 
-usage: coverage_report.py EXPORT.json [AREA]...
+usage: coverage_report.py FOLDER [AREA]...
 
 A line counts if it holds code; a branch has two outcomes; a condition counts as covered (MC/DC) if two runs of its
-decision differ in it alone and in the result. What llvm-cov counts for each instantiation of a template counts once
-here, at its place in the source. Branches of the compiler for exceptions are in none of them.
+decision differ in it alone and in the result. What llvm-cov counts for each program, and for each instantiation of a
+template, counts once here, at its place in the source: reached is what any of them reached. Branches of the compiler
+for exceptions are in none of them.
 """
 
 import collections
@@ -63,11 +64,17 @@ def add_lines(tally, segments):
             wrapped = here[-1]
 
 
-def read(export, root):
+def read(folder, root):
     """path below root: Tally"""
-    with open(export, encoding="utf-8") as text:
-        files = json.load(text)["data"][0]["files"]
     found = {}
+    for name in sorted(os.listdir(folder)):
+        if name.endswith(".json"):
+            with open(os.path.join(folder, name), encoding="utf-8") as text:
+                add(found, json.load(text)["data"][0]["files"], root)
+    return found
+
+
+def add(found, files, root):
     for file in files:
         tally = found.setdefault(os.path.relpath(file["filename"], root), Tally())
         add_lines(tally, file["segments"])
@@ -77,7 +84,6 @@ def read(export, root):
         for line, column, *_, conditions in file["mcdc_records"]:
             for number, covered in enumerate(conditions, start=1):
                 tally.add(tally.conditions, (line, column, number), covered)
-    return found
 
 
 def ranges(lines):
@@ -126,7 +132,7 @@ def judge(name, tallies, bars):
 
 def main(arguments):
     if not arguments or not set(arguments[1:]) <= set(AREAS):
-        sys.exit("usage: coverage_report.py EXPORT.json [" + " | ".join(AREAS) + "]...")
+        sys.exit("usage: coverage_report.py FOLDER [" + " | ".join(AREAS) + "]...")
     root = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
     tallies = read(arguments[0], root)
     wanted = arguments[1:] or list(AREAS)
