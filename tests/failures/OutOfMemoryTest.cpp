@@ -14,6 +14,7 @@
 namespace foundation::httpclient_core {
 namespace {
 
+using testing::failAllocationAfter;
 using testing::failEachAllocation;
 using testing::failNoAllocation;
 
@@ -34,6 +35,21 @@ TEST(OutOfMemoryTest, IsNoContentLengthThatCannotBeRead) {
         },
         [] {});
     EXPECT_GT(failures, 1U);
+}
+
+TEST(OutOfMemoryTest, DoesNotCutABodyOffWithoutAnError) {
+    HttpResponse response;
+    response.setResponseBody("short");
+    const std::string text(100'000, 'x');
+    std::string data = text;
+    failAllocationAfter(0);
+    EXPECT_THROW(response.setResponseBody(std::move(data)), std::bad_alloc);
+    failNoAllocation();
+    EXPECT_EQ(response.getHeaderValue("Content-Length"), "5");
+    EXPECT_TRUE(response.getResponseBody().bad());
+    response.resetResponseBody();
+    response.setResponseBody(text);
+    EXPECT_EQ(response.getResponseBodyString(), text);
 }
 
 }  // namespace

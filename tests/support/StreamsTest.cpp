@@ -5,8 +5,11 @@
 #include <cstddef>
 #include <filesystem>
 #include <fstream>
+#include <ios>
 #include <istream>
 #include <limits>
+#include <new>
+#include <ostream>
 #include <random>
 #include <sstream>
 #include <streambuf>
@@ -147,6 +150,54 @@ TEST(StreamsTest, ReadingLeavesTheStateSoThatTheNextWriteCounts) {
     stream << " second";
     EXPECT_EQ(readWhole(stream), "first second");
     EXPECT_TRUE(stream.good());
+}
+
+// A buffer that takes so many characters and then throws, or takes no more.
+class LimitedBuffer : public std::streambuf {
+public:
+    LimitedBuffer(std::size_t limit, bool throws) : limit_(limit), throws_(throws) {}
+    std::string written;
+
+protected:
+    int_type overflow(int_type c) override {
+        if (written.size() < limit_) {
+            written += traits_type::to_char_type(c);
+            return c;
+        }
+        if (throws_) {
+            throw std::bad_alloc();
+        }
+        return traits_type::eof();
+    }
+
+private:
+    std::size_t limit_;
+    bool throws_;
+};
+
+TEST(StreamsTest, WhatABufferThrowsLeavesTheStreamBad) {
+    for (const std::ios::iostate mask : {std::ios::goodbit, std::ios::badbit}) {
+        LimitedBuffer buffer(3, true);
+        std::ostream stream(&buffer);
+        stream.exceptions(mask);
+        EXPECT_THROW(write(stream, "text"), std::bad_alloc);
+        EXPECT_TRUE(stream.bad());
+        EXPECT_EQ(stream.exceptions(), mask);
+        EXPECT_EQ(buffer.written, "tex");
+    }
+}
+
+TEST(StreamsTest, ABufferThatTakesNoMoreLeavesTheStreamBad) {
+    LimitedBuffer buffer(3, false);
+    std::ostream stream(&buffer);
+    write(stream, "text");
+    EXPECT_TRUE(stream.bad());
+    write(stream, "more");
+    EXPECT_EQ(buffer.written, "tex");
+    LimitedBuffer other(3, false);
+    std::ostream strict(&other);
+    strict.exceptions(std::ios::badbit);
+    EXPECT_THROW(write(strict, "text"), std::ios::failure);
 }
 
 TEST(StreamsTest, ReadingDoesNotClearBitsThatAreSet) {
