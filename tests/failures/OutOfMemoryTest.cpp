@@ -1,3 +1,4 @@
+#include "tests/client/ScriptedTransport.h"
 #include "tests/support/AllocationCounter.h"
 
 #include <foundation/httpclient_core/HttpMessage.h>
@@ -15,6 +16,7 @@ namespace foundation::httpclient_core {
 namespace {
 
 using testing::failAllocationAfter;
+using testing::failAllocationsFrom;
 using testing::failEachAllocation;
 using testing::failNoAllocation;
 
@@ -50,6 +52,26 @@ TEST(OutOfMemoryTest, DoesNotCutABodyOffWithoutAnError) {
     response.resetResponseBody();
     response.setResponseBody(text);
     EXPECT_EQ(response.getResponseBodyString(), text);
+}
+
+TEST(OutOfMemoryTest, BreaksAFutureWithoutEndingTheProgram) {
+    testing::ScriptedTransport transport;
+    HttpRequest request(HttpMethod::GET, "http://host/", {});
+    request.setClientConfiguration(ClientConfiguration().withRetryStrategy(
+        [](const HttpRequest&, const HttpResponse&, const std::exception_ptr&, int, int) -> bool {
+            failAllocationsFrom(0);
+            throw std::bad_alloc();
+        }));
+    std::future<HttpResponse> response = transport.makeAsyncRequest(std::move(request)).first;
+    transport.pump();
+    failNoAllocation();
+    ASSERT_EQ(response.wait_for(std::chrono::seconds(0)), std::future_status::ready);
+    try {
+        response.get();
+        FAIL() << "there was a response";
+    } catch (const std::future_error& error) {
+        EXPECT_EQ(error.code(), std::future_errc::broken_promise);
+    }
 }
 
 }  // namespace
