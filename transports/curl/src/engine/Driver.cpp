@@ -70,7 +70,8 @@ void Driver::wait(Exchange::Clock::time_point latest) {
     for (const Exchange* exchange : active_) {
         latest = std::min(latest, exchange->nextCheck(now));
     }
-    constexpr std::chrono::milliseconds longest(60000);
+    // A call that gets lost, since the system refused the means for it, costs no more than this.
+    const std::chrono::milliseconds longest(isDeaf_ ? 10 : 1000);
     auto time = std::chrono::ceil<std::chrono::milliseconds>(std::min(latest, now + longest) - now);
     if (!ended_.empty() || time < std::chrono::milliseconds::zero()) {
         time = std::chrono::milliseconds::zero();
@@ -87,7 +88,14 @@ void Driver::wake() noexcept {
         return;
     }
     const std::lock_guard lock(mutex_);
-    curl_multi_wakeup(multi_.get());
+    // What the system refuses once, for want of buffers, it seldom refuses again.
+    constexpr int mostTries = 3;
+    for (int tries = 0; tries < mostTries; ++tries) {
+        if (curl_multi_wakeup(multi_.get()) == CURLM_OK) {
+            return;
+        }
+    }
+    isDeaf_ = true;
 }
 
 void Driver::closeConnections() {

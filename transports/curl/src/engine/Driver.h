@@ -44,6 +44,7 @@ private:
     MultiHandle multi_;
     HandlePool handles_;
     std::atomic<Rest> rest_ = Rest::None;
+    std::atomic<bool> isDeaf_ = false;  ///< A call got lost, and so may the next.
     std::vector<Exchange*> active_;
     std::vector<Exchange*> ended_;
 };
