@@ -1,12 +1,11 @@
+#include "tests/failures/ServerProcess.h"
 #include "tests/failures/SystemCallFaults.h"
-#include "tests/support/FlakyFileServer.h"
 #include "transports/curl/tests/support/TestClient.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <chrono>
 #include <cstddef>
@@ -20,7 +19,6 @@
 #include <memory>
 #include <ostream>
 #include <string>
-#include <sys/wait.h>
 #include <unistd.h>
 #include <utility>
 #include <vector>
@@ -33,66 +31,8 @@ namespace foundation::httpclient_curl::testing {
 namespace {
 
 using namespace system_call_faults;
-using httpclient_core::testing::FlakyFileServer;
+using httpclient_core::testing::ServerProcess;
 using Clock = std::chrono::steady_clock;
-
-FlakyFileServer::Options serverOptions() {
-    FlakyFileServer::Options options;
-    options.size = 300'000;
-    return options;
-}
-
-// In a process of its own, whose calls do not fail.
-class ServerProcess {
-public:
-    ServerProcess() {
-        std::array<int, 2> toServer{};
-        std::array<int, 2> fromServer{};
-        if (::pipe(toServer.data()) != 0 || ::pipe(fromServer.data()) != 0) {
-            throw std::runtime_error("No pipe can be made");
-        }
-        child_ = ::fork();
-        if (child_ == 0) {
-            ::close(toServer[1]);
-            serve(toServer[0], fromServer[1]);
-        }
-        ::close(toServer[0]);
-        ::close(fromServer[1]);
-        end_ = toServer[1];
-        if (::read(fromServer[0], &port_, sizeof port_) != sizeof port_) {
-            throw std::runtime_error("No server");
-        }
-        ::close(fromServer[0]);
-    }
-    ServerProcess(const ServerProcess&) = delete;
-    ServerProcess& operator=(const ServerProcess&) = delete;
-    ~ServerProcess() {
-        ::close(end_);
-        ::waitpid(child_, nullptr, 0);
-    }
-
-    std::string url() const { return "http://127.0.0.1:" + std::to_string(port_) + "/file"; }
-
-private:
-    [[noreturn]] static void serve(int end, int out) {
-        const FlakyFileServer server(serverOptions());
-        const std::uint16_t port = server.port();
-        char ignored = 0;
-        if (::write(out, &port, sizeof port) == sizeof port) {
-            while (::read(end, &ignored, 1) > 0) {
-            }
-        }
-        ::_exit(0);
-    }
-
-    pid_t child_ = -1;
-    int end_ = -1;
-    std::uint16_t port_ = 0;
-};
-
-std::string expectedBody() {
-    return FlakyFileServer(serverOptions()).content();
-}
 
 std::size_t openDescriptors() {
     const std::filesystem::directory_iterator folder("/proc/self/fd");
@@ -227,7 +167,7 @@ private:
 
     const std::string file_ =
         ::testing::TempDir() + "system-call-test-" + std::to_string(::getpid());
-    const std::string body_ = expectedBody();
+    const std::string body_ = ServerProcess::content();
 };
 
 std::unique_ptr<ServerProcess> TransportSystemCallTest::server_;

@@ -16,7 +16,14 @@ MultiHandle Driver::makeMulti() const {
     return multi;
 }
 
+void Driver::makeRoom(std::size_t exchanges) {
+    for (std::vector<Exchange*>* list : {&active_, &ended_, &taken_}) {
+        list->reserve(exchanges);
+    }
+}
+
 void Driver::start(Exchange& exchange) {
+    makeRoom(active_.size() + ended_.size() + 1);
     if (exchange.begin(handles_) == Exchange::Next::Again) {
         active_.push_back(&exchange);
         add(exchange);
@@ -43,7 +50,8 @@ void Driver::end(Exchange& exchange, CURLcode code) {
     ended_.push_back(&exchange);
 }
 
-std::vector<Exchange*> Driver::turn() {
+const std::vector<Exchange*>& Driver::turn() {
+    taken_.clear();
     int running = 0;
     curl_multi_perform(multi_.get(), &running);
     int left = 0;
@@ -62,7 +70,8 @@ std::vector<Exchange*> Driver::turn() {
             end(*active_[i], CURLE_ABORTED_BY_CALLBACK);
         }
     }
-    return std::exchange(ended_, {});
+    taken_.swap(ended_);
+    return taken_;
 }
 
 void Driver::wait(Exchange::Clock::time_point latest) {

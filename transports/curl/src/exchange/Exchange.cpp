@@ -718,7 +718,8 @@ void Exchange::settleResponse() noexcept {
             response_.setResponseCodeAndReason(HttpResponseCode::ResponseNotReceived,
                                                "Response Not Received");
         }
-        if (guard_ != nullptr) {
+        // Neither is there where memory ran out before.
+        if (guard_ != nullptr && delivery_ != nullptr) {
             guard_->leaveMark(error_ != nullptr);
             delivery_->keepForRetry(request_, settings_.resumeOnRetry);
         }
