@@ -23,6 +23,14 @@ if(FOUNDATION_BUILD_FUZZERS)
     add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
 
+if(FOUNDATION_COVERAGE)
+    # Global on purpose: functions in headers are counted where tests call them. Atomic, since threads of a
+    # test pass the same counters.
+    add_compile_options(-fprofile-instr-generate -fcoverage-mapping -fcoverage-mcdc
+                        -fprofile-update=atomic)
+    add_link_options(-fprofile-instr-generate)
+endif()
+
 # A defect that slips through is to end the program, not to be used: guarded stacks and control flow,
 # checked buffers and indices where the compiler optimises, and tables of addresses that are read-only
 # from the start on. Costs a few hundredths of the time. Linked PRIVATE, like the warnings.
