@@ -17,7 +17,7 @@ MultiHandle Driver::makeMulti() const {
 }
 
 void Driver::start(Exchange& exchange) {
-    if (exchange.begin(handles_) == Exchange::Next::Again) {
+    if (exchange.begin() == Exchange::Next::Again) {
         active_.push_back(&exchange);
         add(exchange);
     } else {

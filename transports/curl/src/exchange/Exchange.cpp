@@ -39,8 +39,7 @@ Exchange::Exchange(core::HttpRequest& request,
 
 Exchange::~Exchange() = default;
 
-Exchange::Next Exchange::begin(HandlePool& handles) noexcept {
-    handles_ = &handles;
+Exchange::Next Exchange::begin() noexcept {
     if (++history_.attempts == 1) {
         history_.begun = retryClock().now();
     }
@@ -111,7 +110,10 @@ void Exchange::prepare() {
 
 void Exchange::configureHop() {
     hop_ = std::make_unique<Hop>(settings_, shared_.options.maxResponseHeaderFields);
-    hop_->easy = handles_->take();
+    // A handle of its own for each hop. One that is used again keeps a pointer to the last header line of
+    // its former answer, which is freed: an answer that begins with a folded line makes libcurl 7.88
+    // continue that one. After HTTP/2 it would besides refuse options, even when it was reset.
+    hop_->easy.reset(requireMemory(curl_easy_init()));
     CURL* easy = handle();
     setOption(easy, CURLOPT_URL, url_->text().c_str());
     setOption(easy, CURLOPT_ERRORBUFFER, hop_->errorText.data());
@@ -521,7 +523,7 @@ Exchange::Next Exchange::finish(CURLcode code) noexcept {
     if (next == Next::Done) {
         settleResponse();
         report();
-        handles_->giveBack(std::move(hop_->easy), code);
+        hop_->easy.reset();
     }
     return next;
 }

@@ -2,7 +2,6 @@
 #include "connection/ConnectionSockets.h"
 #include "connection/CurlTypes.h"
 #include "connection/TransferShares.h"
-#include "engine/HandlePool.h"
 #include "engine/RequestRecord.h"
 #include "exchange/Deadlines.h"
 #include "exchange/Hop.h"
@@ -59,9 +58,8 @@ public:
     Exchange& operator=(const Exchange&) = delete;
     ~Exchange();
 
-    /// Prepares the first hop, with handles of the pool, which must outlive the last call of finish().
-    /// Done: it failed before anything was sent.
-    Next begin(HandlePool& handles) noexcept;
+    /// Prepares the first hop. Done: it failed before anything was sent.
+    Next begin() noexcept;
     /// The handle to drive after `Next::Again`.
     CURL* handle() const noexcept { return hop_->easy.get(); }
     /// Whether the transfer has to be taken out of its multi handle and ended with
@@ -151,7 +149,6 @@ private:
     std::unique_ptr<ResponseDelivery> delivery_;
     std::optional<UploadSource> upload_;
     bool sendsForm_ = false;
-    HandlePool* handles_ = nullptr;
     std::unique_ptr<Hop> hop_;
     int redirects_ = 0;
     int proxyRepeats_ = 0;   ///< Of the hop.

@@ -104,6 +104,24 @@ TEST_P(HeaderCommitTest, FoldedLinesAreJoinedWithOneBlankEach) {
     EXPECT_NE(outcome.response.getHeaderValue("X-B").find("four"), std::string::npos);
 }
 
+// Each answer follows a whole one, of which nothing may be touched any more: AddressSanitizer sees it.
+TEST_P(HeaderCommitTest, FoldedLineInTheFirstPlaceContinuesNoFormerAnswer) {
+    LoopbackServer server([](const ReceivedRequest& request, Connection& connection) {
+        const bool isWhole = request.number % 2 == 0;
+        connection.send(std::string("HTTP/1.1 200 OK\r\n") +
+                        (isWhole ? "" : " " + std::string(1000, 'f') + "\r\n") +
+                        "X-A: one\r\nContent-Length: 5\r\n\r\nHello");
+    });
+    for (int i = 0; i < 20; ++i) {
+        const Outcome whole = get(server.url());
+        ASSERT_EQ(whole.error, nullptr) << whole.message();
+        EXPECT_EQ(whole.response.getHeaderValue("X-A"), "one");
+        const Outcome folded = get(server.url());
+        EXPECT_TRUE(holds<HttpRequestFailedException>(folded.error) || folded.body() == "Hello")
+            << folded.message();
+    }
+}
+
 TEST_P(HeaderCommitTest, EndlessLineIsAFailureAndNoLackOfMemory) {
     LoopbackServer server(
         sendingThenClosing("HTTP/1.1 200 OK\r\nX: " + std::string(150000, 'x') + "\r\n\r\n"));
