@@ -80,7 +80,7 @@ bool isRight(const FaultCase& fault, HttpResponseCode code, const std::string& b
     return std::any_of(fault.right.begin(), fault.right.end(), [&](const RightAnswer& right) {
         const bool codeFits =
             right.code == 0 ? isSuccess(code) : code == static_cast<HttpResponseCode>(right.code);
-        return codeFits && body == right.body;
+        return codeFits && (right.isAnyBody || body == right.body);
     });
 }
 
@@ -128,12 +128,13 @@ private:
         const Watchdog watchdog(described(at));
         const std::filesystem::path file = folder_ / std::to_string(at);
         std::string url = peer.url(at);
-        const std::shared_ptr<void> server = fault.serve ? fault.serve(url) : nullptr;
+        ClientConfiguration configuration = shortConfiguration();
+        const std::shared_ptr<void> server =
+            fault.serve ? fault.serve(url, configuration) : nullptr;
         const auto begun = std::chrono::steady_clock::now();
         Outcome outcome;
         try {
-            HttpRequest request(HttpMethod::GET, URL(url), {});
-            ClientConfiguration configuration = shortConfiguration();
+            HttpRequest request(fault.method, URL(url), {});
             if (runs_[at].sink == Sink::File) {
                 request.setResponseStreamFactory([file](auto, const auto&, const auto&) {
                     return std::make_unique<std::fstream>(

@@ -19,6 +19,7 @@ enum class Wanted {
 struct RightAnswer {
     int code = 200;  ///< 0: any success.
     std::string body;
+    bool isAnyBody = false;  ///< The body is not the server's, and `body` says nothing.
 };
 
 /// Answers the request of the given number, 0 for the first one of the run.
@@ -35,7 +36,9 @@ struct FaultCase {
     std::function<void(HttpRequest& request, ClientConfiguration& configuration)> arrange = {};
     /// Makes a server of the case's own, or whatever has to live during a run, and names the URL to get,
     /// which otherwise is that of a server that answers with `answer`.
-    std::function<std::shared_ptr<void>(std::string& url)> serve = {};
+    std::function<std::shared_ptr<void>(std::string& url, ClientConfiguration& configuration)>
+        serve = {};
+    HttpMethod method = HttpMethod::GET;
 };
 
 /// Where a body goes.

@@ -254,7 +254,8 @@ Family upgradeChains() {
                                 .wanted = end.wanted,
                                 .right = end.right};
                 // A rebuilt request goes straight to the end, so the visits there are what counts.
-                fault.serve = [end, hops](std::string& url) -> std::shared_ptr<void> {
+                fault.serve = [end, hops](std::string& url,
+                                          ClientConfiguration&) -> std::shared_ptr<void> {
                     auto count = std::make_shared<std::atomic<int>>(0);
                     auto server = std::make_shared<LoopbackServer>(
                         [end, hops, count](const ReceivedRequest& request, Connection& peer) {
