@@ -198,7 +198,10 @@ private:
         const std::lock_guard lock(mutex_);
         ++tally_.runs;
         ++(isExact ? tally_.exact : tally_.failures);
-        tally_.longest = std::max(tally_.longest, taken);
+        if (taken > tally_.longest) {
+            tally_.longest = taken;
+            tally_.longestRun = fault.label;
+        }
     }
 
     std::string described(std::size_t at) const {
@@ -278,7 +281,8 @@ std::ostream& operator<<(std::ostream& os, const FamilyTally& tally) {
               << tally.cases << " cases " << std::setw(6) << tally.runs << " runs " << std::setw(6)
               << tally.exact << " exact " << std::setw(6) << tally.failures << " failures "
               << std::setw(3) << tally.defects.size() << " defects, longest " << std::setw(5)
-              << tally.longest.count() << " ms";
+              << tally.longest.count() << " ms"
+              << (tally.longestRun.empty() ? "" : " in ") << tally.longestRun;
 }
 
 }  // namespace foundation::httpclient_curl::testing

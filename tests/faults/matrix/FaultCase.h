@@ -61,6 +61,7 @@ struct FamilyTally {
     std::size_t exact = 0;
     std::size_t failures = 0;
     std::chrono::milliseconds longest{0};
+    std::string longestRun;
     std::vector<std::string> defects;  ///< Each with all that one needs to repeat it.
 };
 
