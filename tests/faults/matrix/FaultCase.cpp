@@ -281,8 +281,8 @@ std::ostream& operator<<(std::ostream& os, const FamilyTally& tally) {
               << tally.cases << " cases " << std::setw(6) << tally.runs << " runs " << std::setw(6)
               << tally.exact << " exact " << std::setw(6) << tally.failures << " failures "
               << std::setw(3) << tally.defects.size() << " defects, longest " << std::setw(5)
-              << tally.longest.count() << " ms"
-              << (tally.longestRun.empty() ? "" : " in ") << tally.longestRun;
+              << tally.longest.count() << " ms" << (tally.longestRun.empty() ? "" : " in ")
+              << tally.longestRun;
 }
 
 }  // namespace foundation::httpclient_curl::testing

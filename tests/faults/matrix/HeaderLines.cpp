@@ -168,7 +168,11 @@ Family headerLines() {
         }
     }
     // A folded line in the first place belongs to no field.
-    family.cases.push_back(made("fold first", Wanted::Either, status + " folded: x\r\n" + framed));
+    for (const std::string line : {" folded: x", " Content-Length: 3", "\tX: y", " ", "\t",
+                                   "nonsense\r\n Content-Length: 3", "nonsense\r\n "}) {
+        family.cases.push_back(made("fold of nothing " + printable(line), Wanted::Failure,
+                                    status + line + "\r\n" + framed));
+    }
     family.cases.push_back(made("line feeds alone", Wanted::Exact,
                                 "HTTP/1.1 200 OK\nX: y\nContent-Length: 5\n\n" + body));
     family.cases.push_back(made("line feeds and both", Wanted::Exact,

@@ -122,6 +122,34 @@ TEST_P(HeaderCommitTest, FoldedLineInTheFirstPlaceContinuesNoFormerAnswer) {
     }
 }
 
+// In the first place, or behind a line that is no field, where it might be read as a field of its own, or
+// its blanks as the end of the header.
+TEST_P(HeaderCommitTest, FoldedLineThatContinuesNoFieldIsAFailure) {
+    for (const std::string fields :
+         {" Content-Length: 3\r\n", " \r\nContent-Length: 5\r\n",
+          "nonsense\r\n Content-Length: 3\r\n", "nonsense\r\n \r\nContent-Length: 5\r\n"}) {
+        LoopbackServer server(
+            sendingThenClosing("HTTP/1.1 200 OK\r\n" + fields + "X-A: one\r\n\r\nHello"));
+        const Outcome outcome = get(server.url());
+        EXPECT_TRUE(holds<HttpRequestFailedException>(outcome.error)) << fields << outcome.body();
+    }
+}
+
+TEST_P(HeaderCommitTest, FoldedLinesCountAsFields) {
+    for (const int count : {998, 1000, 60000}) {
+        std::string fields = "X-A: one\r\n";
+        for (int i = 0; i < count; ++i) {
+            fields += " f\r\n";
+        }
+        LoopbackServer server(sendingThenClosing("HTTP/1.1 200 OK\r\n" + fields + "X: y\r\n\r\n"));
+        const Outcome outcome = get(server.url());
+        EXPECT_EQ(outcome.message().find("The response has more than 1000 header fields") !=
+                      std::string::npos,
+                  count >= 1000)
+            << outcome.message();
+    }
+}
+
 TEST_P(HeaderCommitTest, EndlessLineIsAFailureAndNoLackOfMemory) {
     LoopbackServer server(
         sendingThenClosing("HTTP/1.1 200 OK\r\nX: " + std::string(150000, 'x') + "\r\n\r\n"));
