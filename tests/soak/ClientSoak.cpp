@@ -260,7 +260,8 @@ private:
             }
             const std::lock_guard lock(mutex_);
             defects_.push_back(described(errands_[index]) + ": " +
-                               to_string(response.getResponseCode()) + ", " + text);
+                               to_string(response.getResponseCode()) + ", " + text +
+                               (errands_[index].mayBeCancelled ? ", cancelled" : ""));
         }
     }
 

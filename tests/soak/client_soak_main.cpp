@@ -11,6 +11,7 @@
 #include <chrono>
 #include <exception>
 #include <iostream>
+#include <malloc.h>
 #include <random>
 #include <string>
 
@@ -37,6 +38,8 @@ int main(int argc, char** argv) {
     constexpr bool checksMemory = true;
 #endif
     boost::log::core::get()->set_logging_enabled(false);
+    // With an arena for each thread the memory that is held depends on which threads met.
+    ::mallopt(M_ARENA_MAX, 1);
     const SoakServer server(argv[0]);
     const auto begun = std::chrono::steady_clock::now();
     const SoakResult result = soakClients(server.port(), requests, seed, checksMemory);

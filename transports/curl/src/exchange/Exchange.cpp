@@ -78,7 +78,7 @@ void Exchange::prepare() {
     delivery_ = std::make_unique<ResponseDelivery>(response_, *guard_, history_,
                                                    shared_.options.maxResponseBodyBytes);
     if (cancelled_) {
-        throw HttpRequestCancelledException();
+        giveUp();
     }
     if (request_.hasProgressCallback()) {
         progress_ = request_.getProgressCallback();
@@ -530,7 +530,7 @@ Exchange::Next Exchange::finish(CURLcode code) noexcept {
 
 Exchange::Next Exchange::conclude(CURLcode code) {
     if (cancelled_ || aborted_) {
-        throw HttpRequestCancelledException();
+        giveUp();
     }
     if (callbackError_ == nullptr && hop_->form != nullptr) {
         callbackError_ = hop_->form->takeError();
@@ -593,7 +593,7 @@ void Exchange::succeed() {
     delivery_->finish();
     reportProgress(Clock::now(), true);
     if (aborted_) {
-        throw HttpRequestCancelledException();
+        giveUp();
     }
     if (tooManyRedirects_) {
         isLasting_ = true;
@@ -698,6 +698,11 @@ void Exchange::rewindBody() {
 
 // ---- the end
 
+void Exchange::giveUp() {
+    isGivenUp_ = true;
+    throw HttpRequestCancelledException();
+}
+
 TransferContext Exchange::context() const {
     return {.method = method_, .url = url_->display()};
 }
@@ -710,7 +715,7 @@ void Exchange::settleResponse() noexcept {
             response_.setTransactionReport(core::TransactionReport(
                 redirects_, isElsewhere ? url_->toUrl() : request_.getURL()));
         }
-        if (cancelled_ || aborted_) {
+        if (isGivenUp_) {
             // Whatever was received, the attempt counts as not made: strategies look at the code.
             response_.setResponseCodeAndReason(HttpResponseCode::RequestNotMade,
                                                "Request Not Made");

@@ -107,6 +107,7 @@ private:
     bool isCommitted() const { return delivery_ != nullptr && delivery_->isBegun(); }
 
     Next conclude(CURLcode code);
+    [[noreturn]] void giveUp();
     void succeed();
     void describeFailure(CURLcode code);
     void settleResponse() noexcept;
@@ -159,6 +160,7 @@ private:
     bool tooManyRedirects_ = false;
     bool timedOut_ = false;
     bool aborted_ = false;       ///< By the progress callback.
+    bool isGivenUp_ = false;     ///< Ends as cancelled; the flag itself may still be set behind its end.
     bool sent_ = false;          ///< Some hop got as far as sending.
     std::int64_t received_ = 0;  ///< Body bytes that came, those of redirects and dropped ones too.
     std::exception_ptr callbackError_;
