@@ -1,3 +1,4 @@
+#include "benchmarks/sides/BareTexts.h"
 #include "benchmarks/sides/BeastHeaders.h"
 #include "benchmarks/sides/BoostURL.h"
 #include "benchmarks/sides/CurlURL.h"
@@ -215,6 +216,7 @@ TEST(AgreementTest, HeadersHoldAndFindTheSame) {
     headerWorkloads<BeastHeaders>(results.of("Boost.Beast"));
     headerWorkloads<HttplibHeaders>(results.of("cpp-httplib"));
     headerWorkloads<ModelHeaders>(results.of("plain model"));
+    fillingWorkloads<BareHeaders>(results.of("bare texts"));
     results.expectAgreement();
     EXPECT_NE(results.first("Look-up hit in 18"), "0");
     EXPECT_EQ(results.first("Look-up miss in 18"), "0");

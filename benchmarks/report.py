@@ -68,6 +68,7 @@ class Line:
             self.peer, self.peer_name = results.get(goal["against"]), "itself"
         elif "peer" in goal:
             self.peer, self.peer_name = results.get(self.name, goal["peer"]), goal["peer"]
+        self.sides = results
         self.others = {} if "of" in goal else {
             side: results.get(self.name, side) for side in OTHERS}
 
@@ -101,6 +102,15 @@ class Line:
         if not self.has_goal():
             return "-"
         return "MISS: " + ", ".join(self.misses()) if self.misses() else "PASS"
+
+    def reason(self):
+        """Why a goal is missed. "{side}" stands for that side's time over the peer's in this run."""
+        def ratio(match):
+            side = self.sides.get(self.name, match.group(1))
+            if side is None:
+                raise SystemExit(f"{GOALS}: '{self.name}' was not measured for '{match.group(1)}'")
+            return f"{side.nanoseconds / self.peer.nanoseconds:.2f}"
+        return re.sub(r"\{(.+?)\}", ratio, self.goal.get("why", "No reason is recorded."))
 
     def cells(self):
         time_goal = "-"
@@ -147,8 +157,8 @@ def reasons(lines):
     paragraphs = []
     for line in lines:
         if line.misses():
-            why = line.goal.get("why", "No reason is recorded.")
-            paragraphs.append(f"- *{line.name}* ({', '.join(line.misses())}): {why}")
+            paragraphs.append(
+                f"- *{line.name}* ({', '.join(line.misses())}): {line.reason()}")
     return "\n".join(paragraphs) or "None."
 
 

@@ -155,6 +155,15 @@ class TableTest(unittest.TestCase):
         unexplained = self.lines(run("b/library", 1, 9.0))
         self.assertEqual(report.reasons(unexplained), "- *b* (allocations): No reason is recorded.")
 
+    def test_reason_shows_another_side_beside_the_peer(self):
+        goals = {"rows": [{"row": "a", "peer": "POCO", "ratio": 0.5, "why": "{floor} of it."}],
+                 "growth": []}
+        missed = [run("a/library", 8), run("a/POCO", 10)]
+        lines = report.lines_of(goals, results_of(*missed, run("a/floor", 6)))
+        self.assertEqual(report.reasons(lines), "- *a* (ratio): 0.60 of it.")
+        with self.assertRaisesRegex(SystemExit, "not measured for 'floor'"):
+            report.reasons(report.lines_of(goals, results_of(*missed)))
+
     def test_row_that_was_filtered_out_is_left_out(self):
         self.assertEqual([line.name for line in self.lines(run("b/library", 1))], ["b"])
 

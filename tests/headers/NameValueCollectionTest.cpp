@@ -1,3 +1,4 @@
+#include "headers/IdentityEncoder.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/ThrowsExactly.h"
 
@@ -7,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <functional>
 #include <iterator>
 #include <locale.h>
@@ -612,6 +614,21 @@ TEST(NameValueCollectionTest, PrintsEntriesWithSeparatorsBetweenThem) {
     EXPECT_EQ((NameValueCollection{{"a", "1"}}.toString("&", "=", identity)), "a=1");
     EXPECT_EQ((NameValueCollection{{"", ""}, {"", ""}}.toString(", ", ": ", identity)), ": , : ");
     EXPECT_EQ((NameValueCollection{{"a", "1"}, {"a", "1"}}.toString("", "", identity)), "a1a1");
+}
+
+TEST(NameValueCollectionTest, TextsOfEveryLengthArePrintedAsTheyAreStored) {
+    constexpr std::size_t longest = 100;
+    std::string alphabet;
+    for (std::size_t i = 0; i < longest; ++i) {
+        alphabet += static_cast<char>('!' + i % 90);
+    }
+    for (std::size_t length = 0; length <= longest; ++length) {
+        const std::string text = alphabet.substr(0, length);
+        const std::string reversed(text.rbegin(), text.rend());
+        const NameValueCollection collection{{text, reversed}, {"n", "v"}};
+        EXPECT_EQ(collection.toString(reversed, text, identityEncoder),
+                  text + text + reversed + reversed + "n" + text + "v");
+    }
 }
 
 TEST(NameValueCollectionTest, EmptyCollectionPrintsNothingAndNeverCallsTheEncoder) {
