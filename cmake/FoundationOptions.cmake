@@ -18,6 +18,14 @@ else()
     set(FOUNDATION_NO_UNDEFINED "-Wl,--no-undefined")
 endif()
 
+if(FOUNDATION_COVERAGE)
+    # Global on purpose: functions in headers are counted where tests call them. Atomic, since threads of a
+    # test pass the same counters.
+    add_compile_options(-fprofile-instr-generate -fcoverage-mapping -fcoverage-mcdc
+                        -fprofile-update=atomic)
+    add_link_options(-fprofile-instr-generate)
+endif()
+
 # foundation_limit_exports(TARGET): the shared library shows names of this project only. Not with
 # sanitizers, which compare type descriptions across libraries by address.
 function(foundation_limit_exports target)

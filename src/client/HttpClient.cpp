@@ -19,20 +19,47 @@
 namespace foundation::httpclient_core {
 namespace {
 
-// Ends a request in the future of the caller. When it is destroyed uncalled, so is the promise, and the
-// future reports a broken promise.
-struct PromiseCompletionHandler {
-    std::promise<HttpResponse> promise;
+// The error of a future whose request is lost. Made before there is a request, and once: a promise that is
+// destroyed makes its own, and ends the program where there is no memory for it.
+const std::exception_ptr& brokenPromise() {
+    // Never destroyed: requests may end while the process does.
+    static const auto* const error = new std::exception_ptr(
+        std::make_exception_ptr(std::future_error(std::future_errc::broken_promise)));
+    return *error;
+}
+
+// Ends a request in the future of the caller. When it is destroyed uncalled, the future reports a broken
+// promise.
+class PromiseCompletionHandler {
+public:
+    PromiseCompletionHandler() : broken_(&brokenPromise()) {}
+    PromiseCompletionHandler(PromiseCompletionHandler&& other) noexcept
+        : promise_(std::move(other.promise_)), broken_(std::exchange(other.broken_, nullptr)) {}
+    PromiseCompletionHandler(const PromiseCompletionHandler&) = delete;
+    PromiseCompletionHandler& operator=(const PromiseCompletionHandler&) = delete;
+    PromiseCompletionHandler& operator=(PromiseCompletionHandler&&) = delete;
+    ~PromiseCompletionHandler() {
+        if (broken_ != nullptr) {
+            promise_.set_exception(*broken_);
+        }
+    }
+
+    std::future<HttpResponse> future() { return promise_.get_future(); }
 
     void operator()(HttpRequest&& /*request*/,
                     HttpResponse&& response,
                     std::exception_ptr&& error) {
         if (error != nullptr) {
-            promise.set_exception(std::move(error));
+            promise_.set_exception(std::move(error));
         } else {
-            promise.set_value(std::move(response));
+            promise_.set_value(std::move(response));
         }
+        broken_ = nullptr;
     }
+
+private:
+    std::promise<HttpResponse> promise_;
+    const std::exception_ptr* broken_;  // Null once the promise was kept, or moved away.
 };
 
 }  // namespace
@@ -86,10 +113,10 @@ HttpResponse HttpClient::makeRequest(HttpRequest request) {
 
 std::pair<std::future<HttpResponse>, unsigned long> HttpClient::makeAsyncRequest(
     HttpRequest request) {
-    std::promise<HttpResponse> promise;
-    std::future<HttpResponse> future = promise.get_future();
-    const unsigned long requestId = makeAsyncRequest(
-        std::move(request), CompletionHandler(PromiseCompletionHandler{std::move(promise)}));
+    PromiseCompletionHandler handler;
+    std::future<HttpResponse> future = handler.future();
+    const unsigned long requestId =
+        makeAsyncRequest(std::move(request), CompletionHandler(std::move(handler)));
     return {std::move(future), requestId};
 }
 

@@ -102,9 +102,7 @@ void EntryAccess::add(NameValueCollection& collection,
 }
 
 void EntryAccess::reserve(NameValueCollection& collection, std::size_t entries) {
-    if (collection.store_ == nullptr && entries > 0) {
-        collection.store_ = EntryStore::make(entries).release();
-    }
+    collection.store_ = EntryStore::make(entries).release();
 }
 
 // The first entry of the name, or null.

@@ -11,7 +11,6 @@
 #include <foundation/httpclient_core/NameValueCollection.h>
 
 #include <cstdint>
-#include <exception>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -63,7 +62,7 @@ std::int32_t HttpMessage::getContentLength() const {
     const std::string value = getHeaderValue(HttpHeaders::CONTENT_LENGTH);
     try {
         return support::parseInt32(value, "stol");
-    } catch (const std::exception& error) {
+    } catch (const std::logic_error& error) {
         HCC_LOG_CAUGHT();
         diagnostics::throwLogged<std::runtime_error>(
             SEVERITY_ERROR,

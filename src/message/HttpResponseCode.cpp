@@ -102,8 +102,10 @@ std::string getReasonStringForCode(HttpResponseCode code) {
     const auto* entry = std::lower_bound(
         reasons.begin(), reasons.end(), number,
         [](const Reason& candidate, std::int32_t sought) { return candidate.code < sought; });
-    return entry != reasons.end() && entry->code == number ? std::string(entry->phrase)
-                                                           : std::string();
+    if (entry == reasons.end() || entry->code != number) {
+        return {};
+    }
+    return std::string(entry->phrase);
 }
 
 std::string to_string(HttpResponseCode code) {

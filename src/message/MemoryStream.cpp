@@ -94,16 +94,12 @@ MemoryBuffer::int_type MemoryBuffer::pbackfail(int_type character) {
 }
 
 MemoryBuffer::int_type MemoryBuffer::overflow(int_type character) {
-    if (traits_type::eq_int_type(character, traits_type::eof())) {
-        return traits_type::not_eof(character);
+    // Called by the base alone, where the put area is full, and with a character: nobody can derive.
+    if (writeChunk_ == chunks_.size()) {
+        addChunk();
     }
-    if (pptr() == epptr()) {
-        if (writeChunk_ == chunks_.size()) {
-            addChunk();
-        }
-        notedSize_ = size();
-        seekWrite(writePosition());
-    }
+    notedSize_ = size();
+    seekWrite(writePosition());
     *pptr() = traits_type::to_char_type(character);
     pbump(1);
     return character;

@@ -28,13 +28,11 @@ Int32ParseResult tryParseInt32(const std::string& text) noexcept {
 
 std::int32_t parseInt32(const std::string& text, const char* function) {
     const Int32ParseResult result = tryParseInt32(text);
-    switch (result.status) {
-        case Int32ParseStatus::NoDigits:
-            throw std::invalid_argument("invalid " + std::string(function) + " argument");
-        case Int32ParseStatus::OutOfRange:
-            throw std::out_of_range(std::string(function) + " argument out of range");
-        case Int32ParseStatus::Ok:
-            break;
+    if (result.status == Int32ParseStatus::NoDigits) {
+        throw std::invalid_argument("invalid " + std::string(function) + " argument");
+    }
+    if (result.status == Int32ParseStatus::OutOfRange) {
+        throw std::out_of_range(std::string(function) + " argument out of range");
     }
     return result.value;
 }

@@ -38,6 +38,15 @@ void dropEofAndFail(std::ios& stream) {
     stream.clear(stream.rdstate() & std::ios::badbit);
 }
 
+// Within a handler, where another error is on its way already.
+void markBad(std::ios& stream) {
+    try {
+        stream.setstate(std::ios::badbit);
+    } catch (
+        const std::ios::failure&) {  // NOLINT(bugprone-empty-catch): the bit is set all the same
+    }
+}
+
 }  // namespace
 
 void rewind(std::istream& stream) {
@@ -67,7 +76,21 @@ std::string readWhole(std::istream& stream) {
 
 void write(std::ostream& stream, std::string_view data) {
     dropEofAndFail(stream);
-    stream.write(data.data(), static_cast<std::streamsize>(data.size()));
+    const std::ostream::sentry ready(stream);
+    if (!ready) {
+        return;
+    }
+    // Not by stream.write(), which keeps it to itself when the buffer has no memory: a text that was cut off
+    // would pass for a whole one.
+    const auto size = static_cast<std::streamsize>(data.size());
+    try {
+        if (stream.rdbuf()->sputn(data.data(), size) != size) {
+            stream.setstate(std::ios::badbit);
+        }
+    } catch (...) {
+        markBad(stream);
+        throw;
+    }
 }
 
 std::streamoff writePosition(std::ostream& stream) {

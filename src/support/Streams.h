@@ -23,7 +23,8 @@ std::string readRest(std::istream& stream);
 std::string readWhole(std::istream& stream);
 
 /// Writes at the write position, also when a reader met the end before. A stream with badbit set stays
-/// as it is and takes nothing.
+/// as it is and takes nothing. A buffer that takes less than everything leaves badbit set; what it throws
+/// comes out as well, with a part of the text written.
 void write(std::ostream& stream, std::string_view data);
 
 /// The write position, or unknownPosition where the stream cannot tell it or has badbit set.

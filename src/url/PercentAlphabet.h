@@ -79,7 +79,11 @@ private:
         "0123456789-._~";
 
     static std::size_t sizeOf(std::uint32_t spelling) noexcept {
-        return std::endian::native == std::endian::little ? spelling >> 24U : spelling & 0xFFU;
+        if constexpr (std::endian::native == std::endian::little) {
+            return spelling >> 24U;
+        } else {
+            return spelling & 0xFFU;
+        }
     }
 
     constexpr void setPlain(std::size_t byte, char spelling) {

@@ -26,7 +26,7 @@ struct Expansions {
     std::array<std::uint8_t, 16> sizes{};
 };
 
-constexpr Expansions makeExpansions() {
+consteval Expansions makeExpansions() {
     Expansions expansions;
     for (std::size_t pattern = 0; pattern < 16; ++pattern) {
         std::uint8_t size = 0;

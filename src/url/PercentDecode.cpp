@@ -17,7 +17,7 @@ namespace {
 
 // The value of each hexadecimal digit times `factor`; negative for every other character, also after an
 // "or" with another value.
-constexpr std::array<std::int16_t, 256> makeDigitValues(int factor) {
+consteval std::array<std::int16_t, 256> makeDigitValues(int factor) {
     std::array<std::int16_t, 256> values{};
     values.fill(-1);
     for (std::size_t digit = 0; digit < 16; ++digit) {

@@ -13,7 +13,7 @@ namespace {
 
 enum class Mark : std::uint8_t { None, EndOfEntry, EndOfKey, Encoded };
 
-constexpr std::array<Mark, 256> makeMarks() {
+consteval std::array<Mark, 256> makeMarks() {
     std::array<Mark, 256> marks{};
     marks['&'] = Mark::EndOfEntry;
     marks['='] = Mark::EndOfKey;

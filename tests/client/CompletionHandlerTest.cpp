@@ -6,6 +6,7 @@
 #include <functional>
 #include <future>
 #include <memory>
+#include <pthread.h>
 #include <stdexcept>
 #include <string>
 #include <system_error>
@@ -51,6 +52,28 @@ TEST(CompletionHandlerTest, HandsTheOutcomeToTheCallable) {
     response.setResponseBody("Hello");
     handler(anyRequest(), std::move(response), nullptr);
     EXPECT_EQ(text, "http://host/ Hello");
+}
+
+// The end of a thread unwinds its stack as an exception does, but must not be caught for good.
+TEST(CompletionHandlerTest, LetsTheCallableEndItsThread) {
+    static int mark = 0;
+    static bool returned = false;
+    pthread_t thread{};
+    ASSERT_EQ(pthread_create(
+                  &thread, nullptr,
+                  [](void*) -> void* {
+                      CompletionHandler handler = [](HttpRequest, HttpResponse,
+                                                     std::exception_ptr) { pthread_exit(&mark); };
+                      invoke(handler);
+                      returned = true;
+                      return nullptr;
+                  },
+                  nullptr),
+              0);
+    void* result = nullptr;
+    ASSERT_EQ(pthread_join(thread, &result), 0);
+    EXPECT_EQ(result, &mark);
+    EXPECT_FALSE(returned);
 }
 
 TEST(CompletionHandlerTest, HandsOverTheSameExceptionObject) {

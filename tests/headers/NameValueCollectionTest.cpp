@@ -87,6 +87,20 @@ TEST(NameValueCollectionTest, InitializerListKeepsOrderAndDuplicates) {
     EXPECT_EQ(collection.getAll("b"), (Strings{"1", "3", "1"}));
 }
 
+// Look-ups read the last 32 bytes of a name at once, and what stands before them only where those are equal.
+TEST(NameValueCollectionTest, LongNamesAreToldApartByTheirBeginnings) {
+    const std::string end(32, 'x');
+    NameValueCollection collection{{"a" + end, "1"}, {"c" + end, "3"}, {"aa" + end, "4"}};
+    EXPECT_EQ(collection.get("A" + end), "1");
+    EXPECT_EQ(collection.get("C" + end), "3");
+    EXPECT_EQ(collection.get("AA" + end), "4");
+    EXPECT_FALSE(collection.has("b" + end));
+    EXPECT_FALSE(collection.has("ab" + end));
+    EXPECT_FALSE(collection.has(end));
+    collection.erase("b" + end);
+    EXPECT_EQ(collection.size(), 3U);
+}
+
 TEST(NameValueCollectionTest, CopyHasItsOwnEntriesAndLookUps) {
     NameValueCollection source = sample();
     NameValueCollection copy(source);

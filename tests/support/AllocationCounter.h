@@ -17,10 +17,15 @@ struct AllocationCounts {
 /// The counts of the calling thread. A program that links this replaces operator new and delete.
 AllocationCounts allocationCounts() noexcept;
 
+/// What the calling thread has allocated and not given back; less than 0 if it gave back what others made.
+std::int64_t liveAllocations() noexcept;
+
 /// Makes one allocation of the calling thread fail: the one that comes after so many more.
 void failAllocationAfter(std::uint64_t successes) noexcept;
-/// Takes that back, if it has not happened yet.
-void failNoAllocation() noexcept;
+/// Makes that one fail and all that come after it.
+void failAllocationsFrom(std::uint64_t successes) noexcept;
+/// Takes that back, if it has not happened yet. Returns how many allocations have failed.
+std::uint64_t failNoAllocation() noexcept;
 
 /// How often `action` allocates when it is called once.
 template <class Action>

@@ -5,8 +5,11 @@
 #include <cstddef>
 #include <filesystem>
 #include <fstream>
+#include <ios>
 #include <istream>
 #include <limits>
+#include <new>
+#include <ostream>
 #include <random>
 #include <sstream>
 #include <streambuf>
@@ -86,6 +89,28 @@ TEST(StreamsTest, ReadRestReadsTextsOfEverySizeAroundABlock) {
     }
 }
 
+// A buffer that tells its position but cannot go back to an earlier one.
+class ForwardBuffer : public PipeBuffer {
+public:
+    using PipeBuffer::PipeBuffer;
+
+protected:
+    pos_type seekoff(off_type offset, std::ios::seekdir from, std::ios::openmode) override {
+        return offset == 0 && from == std::ios::cur ? pos_type(gptr() - eback())
+                                                    : pos_type(off_type(-1));
+    }
+};
+
+TEST(StreamsTest, ReadWholeOfAStreamThatCannotGoBackGivesTheRest) {
+    ForwardBuffer buffer("head tail");
+    std::istream stream(&buffer);
+    std::string word;
+    stream >> word;
+    ASSERT_EQ(stream.tellg(), std::streampos(4));
+    EXPECT_EQ(readWhole(stream), " tail");
+    EXPECT_EQ(readWhole(stream), "");
+}
+
 // A buffer that announces nothing, or the wrong amount, of what it can give.
 class AnnouncingBuffer : public std::streambuf {
 public:
@@ -125,6 +150,54 @@ TEST(StreamsTest, ReadingLeavesTheStateSoThatTheNextWriteCounts) {
     stream << " second";
     EXPECT_EQ(readWhole(stream), "first second");
     EXPECT_TRUE(stream.good());
+}
+
+// A buffer that takes so many characters and then throws, or takes no more.
+class LimitedBuffer : public std::streambuf {
+public:
+    LimitedBuffer(std::size_t limit, bool throws) : limit_(limit), throws_(throws) {}
+    std::string written;
+
+protected:
+    int_type overflow(int_type c) override {
+        if (written.size() < limit_) {
+            written += traits_type::to_char_type(c);
+            return c;
+        }
+        if (throws_) {
+            throw std::bad_alloc();
+        }
+        return traits_type::eof();
+    }
+
+private:
+    std::size_t limit_;
+    bool throws_;
+};
+
+TEST(StreamsTest, WhatABufferThrowsLeavesTheStreamBad) {
+    for (const std::ios::iostate mask : {std::ios::goodbit, std::ios::badbit}) {
+        LimitedBuffer buffer(3, true);
+        std::ostream stream(&buffer);
+        stream.exceptions(mask);
+        EXPECT_THROW(write(stream, "text"), std::bad_alloc);
+        EXPECT_TRUE(stream.bad());
+        EXPECT_EQ(stream.exceptions(), mask);
+        EXPECT_EQ(buffer.written, "tex");
+    }
+}
+
+TEST(StreamsTest, ABufferThatTakesNoMoreLeavesTheStreamBad) {
+    LimitedBuffer buffer(3, false);
+    std::ostream stream(&buffer);
+    write(stream, "text");
+    EXPECT_TRUE(stream.bad());
+    write(stream, "more");
+    EXPECT_EQ(buffer.written, "tex");
+    LimitedBuffer other(3, false);
+    std::ostream strict(&other);
+    strict.exceptions(std::ios::badbit);
+    EXPECT_THROW(write(strict, "text"), std::ios::failure);
 }
 
 TEST(StreamsTest, ReadingDoesNotClearBitsThatAreSet) {

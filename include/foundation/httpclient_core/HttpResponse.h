@@ -121,8 +121,10 @@ public:
     /// the new header). What was written before stays: a second call appends, and sets
     /// "Content-Length" to the size of its own data. A body with badbit set takes nothing, without
     /// an error.
-    /// @throws As getResponseBody() does, or what the callback throws; the response is unchanged,
-    /// and the callback is not called again for the header that was taken back.
+    /// @throws As getResponseBody() does, what the callback throws, or what the buffer of the body
+    /// throws, such as std::bad_alloc; the headers are unchanged, and the callback is not called
+    /// again for the header that was taken back. In the last case the body holds a part of the
+    /// bytes and has badbit set, until resetResponseBody() makes another one.
     void setResponseBody(std::string data);
     /// Takes back what was written to the body, under its mutex.
     ///
