@@ -64,10 +64,15 @@ public:
         phase_ = TlsScript::Phase::Answer;
         count_ = 0;
         std::array<char, 4096> request{};
-        while (SSL_read(session_.get(), request.data(), static_cast<int>(request.size())) <= 0) {
+        int got = 0;
+        while ((got = SSL_read(session_.get(), request.data(), static_cast<int>(request.size()))) <=
+               0) {
             if (!flush() || !feed()) {
                 return;
             }
+        }
+        if (script_.request != nullptr) {
+            script_.request->assign(request.data(), static_cast<std::size_t>(got));
         }
         // In pieces, as a server that makes its answer bit by bit.
         constexpr std::size_t piece = 40;

@@ -26,6 +26,7 @@ struct TlsScript {
     std::size_t silentAt = never;    ///< Nothing arrives from here on, but nothing ends.
     Leaving leaving = Leaving::Close;
     std::size_t* handshakeSize = nullptr;  ///< Gets the bytes of the handshake.
+    std::string* request = nullptr;        ///< Gets what the client sent first.
 };
 
 /// A handler that plays the script with each connection. Uses the certificate's files at once.
