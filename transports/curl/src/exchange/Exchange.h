@@ -159,9 +159,10 @@ private:
     bool startsOver_ = false;  ///< The answer did not continue the body; ask again for all of it.
     bool tooManyRedirects_ = false;
     bool timedOut_ = false;
-    bool aborted_ = false;       ///< By the progress callback.
-    bool isGivenUp_ = false;     ///< Ends as cancelled; the flag itself may still be set behind its end.
-    bool sent_ = false;          ///< Some hop got as far as sending.
+    bool aborted_ = false;  ///< By the progress callback.
+    bool isGivenUp_ =
+        false;           ///< Ends as cancelled; the flag itself may still be set behind its end.
+    bool sent_ = false;  ///< Some hop got as far as sending.
     std::int64_t received_ = 0;  ///< Body bytes that came, those of redirects and dropped ones too.
     std::exception_ptr callbackError_;
     bool isRefused_ = false;  ///< The answer was malformed; the next one may be better.

@@ -76,7 +76,7 @@ TEST_F(CancellationTest, AtTheLastMomentLeavesTheWholeAnswer) {
             continue;
         }
         EXPECT_EQ(outcome.code(), HttpResponseCode::OK);
-        EXPECT_EQ(outcome.response.getHeaderValueOr("X-A", ""), "one");
+        EXPECT_TRUE(outcome.response.hasHeader("X-A"));
         EXPECT_EQ(outcome.body(), "Hello");
     }
     EXPECT_EQ(lastCalls, 2);
