@@ -333,6 +333,12 @@ void Exchange::onBlock() {
         if (hop_->pass->hasPassed() && hop_->pass->generation() > 0) {
             shared_.credentials.judge(hop_->pass->info(), hop_->pass->generation(), true);
         }
+        // libcurl asks again for as long as the proxy calls the nonce stale.
+        constexpr int mostRefusals = 5;
+        if (hop_->pass->isRefused() && ++hop_->refusals > mostRefusals) {
+            std::rethrow_exception(
+                transferFailure("The proxy asked for credentials again and again", context()));
+        }
         if (hop_->pass->isRefused() && (upload_.has_value() || sendsForm_)) {
             // squid never reads the body that it refused, but keeps the connection open: a request that
             // came after it would wait for ever.
