@@ -75,12 +75,12 @@ Family redirectChains() {
             } else if (label == "two places") {
                 fault.right.push_back({500, ""});
             }
-            fault.answer = [code, bytes = bytes](const auto& request, auto& peer, int) {
+            fault.answer = [code, rest = bytes](const auto& request, auto& peer, int) {
                 if (hopOf(request.target) > 0) {
                     peer.send(whole(200, landing));
                     return;
                 }
-                std::string text = "HTTP/1.1 " + std::to_string(code) + " Moved\r\n" + bytes;
+                std::string text = "HTTP/1.1 " + std::to_string(code) + " Moved\r\n" + rest;
                 if (const std::size_t at = text.find("PLACE"); at != std::string::npos) {
                     text.replace(at, 5, request.target + "/1");
                 }
