@@ -26,6 +26,20 @@ if(FOUNDATION_COVERAGE)
     add_link_options(-fprofile-instr-generate)
 endif()
 
+# A defect that slips through is to end the program, not to be used: guarded stacks and control flow,
+# checked buffers and indices where the compiler optimises, and tables of addresses that are read-only
+# from the start on. Costs a few hundredths of the time. Linked PRIVATE, like the warnings.
+if(NOT FOUNDATION_SANITIZE)
+    set(optimised "$<CONFIG:Release,RelWithDebInfo,MinSizeRel>")
+    target_compile_options(foundation_private_options INTERFACE
+        -fstack-protector-strong -fstack-clash-protection
+        $<$<STREQUAL:${CMAKE_SYSTEM_PROCESSOR},x86_64>:-fcf-protection=full>
+        $<${optimised}:-U_FORTIFY_SOURCE> $<${optimised}:-D_FORTIFY_SOURCE=3>
+        $<${optimised}:-D_GLIBCXX_ASSERTIONS>)
+    target_link_options(foundation_private_options INTERFACE
+        -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
+endif()
+
 # foundation_limit_exports(TARGET): the shared library shows names of this project only. Not with
 # sanitizers, which compare type descriptions across libraries by address.
 function(foundation_limit_exports target)

@@ -5,19 +5,19 @@
 namespace foundation::httpclient_curl {
 namespace {
 
-constinit thread_local const TransferMark* innermost = nullptr;
+constinit thread_local const TransferMark* innermostMark = nullptr;
 
 }  // namespace
 
 TransferMark::TransferMark(const Engine& engine)
-    : engine_(engine), former_(std::exchange(innermost, this)) {}
+    : engine_(engine), former_(std::exchange(innermostMark, this)) {}
 
 TransferMark::~TransferMark() {
-    innermost = former_;
+    innermostMark = former_;
 }
 
 bool TransferMark::isSet(const Engine& engine) {
-    for (const TransferMark* mark = innermost; mark != nullptr; mark = mark->former_) {
+    for (const TransferMark* mark = innermostMark; mark != nullptr; mark = mark->former_) {
         if (&mark->engine_ == &engine) {
             return true;
         }
