@@ -42,8 +42,8 @@ void dropEofAndFail(std::ios& stream) {
 void markBad(std::ios& stream) {
     try {
         stream.setstate(std::ios::badbit);
-    } catch (
-        const std::ios::failure&) {  // NOLINT(bugprone-empty-catch): the bit is set all the same
+        // NOLINTNEXTLINE(bugprone-empty-catch): the bit is set all the same
+    } catch (const std::ios::failure&) {
     }
 }
 
@@ -84,6 +84,7 @@ void write(std::ostream& stream, std::string_view data) {
     // would pass for a whole one.
     const auto size = static_cast<std::streamsize>(data.size());
     try {
+        // NOLINTNEXTLINE(bugprone-suspicious-stringview-data-usage): the size is given as well
         if (stream.rdbuf()->sputn(data.data(), size) != size) {
             stream.setstate(std::ios::badbit);
         }

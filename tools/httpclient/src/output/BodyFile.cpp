@@ -1,5 +1,6 @@
 #include "output/BodyFile.h"
 
+#include "output/Interruption.h"
 #include "report/SystemFailure.h"
 
 #include <algorithm>
@@ -21,8 +22,9 @@ namespace {
 }  // namespace
 
 std::shared_ptr<BodyFile> BodyFile::createAt(const std::filesystem::path& path, mode_t mode) {
-    const int descriptor =
-        ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode);
+    const int descriptor = uninterrupted([&path, mode] {
+        return ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode);
+    });
     if (descriptor < 0 && errno == EEXIST) {
         return nullptr;
     }
@@ -33,7 +35,8 @@ std::shared_ptr<BodyFile> BodyFile::createAt(const std::filesystem::path& path, 
 }
 
 std::shared_ptr<BodyFile> BodyFile::openAt(const std::filesystem::path& path) {
-    const int descriptor = ::open(path.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK);
+    const int descriptor = uninterrupted(
+        [&path] { return ::open(path.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK); });
     struct stat status{};
     if (descriptor >= 0 && (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode))) {
         ::close(descriptor);
@@ -43,8 +46,11 @@ std::shared_ptr<BodyFile> BodyFile::openAt(const std::filesystem::path& path) {
 }
 
 std::shared_ptr<BodyFile> BodyFile::createUnnamed(const std::filesystem::path& folder) {
-    std::string name = (folder / "httpclient-XXXXXX").string();
-    const int descriptor = ::mkostemp(name.data(), O_CLOEXEC);
+    std::string name;
+    const int descriptor = uninterrupted([&name, &folder] {
+        name = (folder / "httpclient-XXXXXX").string();
+        return ::mkostemp(name.data(), O_CLOEXEC);
+    });
     if (descriptor < 0) {
         throwCannotCreate(name, errno);
     }
@@ -92,7 +98,7 @@ std::int64_t BodyFile::read(std::int64_t position,
 }
 
 bool BodyFile::truncate(std::int64_t size) noexcept {
-    if (::ftruncate(descriptor_, size) != 0) {
+    if (uninterrupted([this, size] { return ::ftruncate(descriptor_, size); }) != 0) {
         return failed(errno);
     }
     size_.store(size, std::memory_order_relaxed);
@@ -101,7 +107,7 @@ bool BodyFile::truncate(std::int64_t size) noexcept {
 
 bool BodyFile::synchronise() noexcept {
     // EINVAL: a file system that cannot synchronise.
-    if (::fdatasync(descriptor_) != 0 && errno != EINVAL) {
+    if (uninterrupted([this] { return ::fdatasync(descriptor_); }) != 0 && errno != EINVAL) {
         failed(errno);
     }
     return error() == 0;
@@ -114,10 +120,10 @@ void BodyFile::setPermissions(mode_t mode) const noexcept {
 
 bool BodyFile::commit() noexcept {
     // EINVAL: a file system that cannot synchronise.
-    if (::fsync(descriptor_) != 0 && errno != EINVAL) {
+    if (uninterrupted([this] { return ::fsync(descriptor_); }) != 0 && errno != EINVAL) {
         failed(errno);
     }
-    if (::close(std::exchange(descriptor_, -1)) != 0) {
+    if (closeOnce(std::exchange(descriptor_, -1)) != 0) {
         failed(errno);
     }
     return error() == 0;

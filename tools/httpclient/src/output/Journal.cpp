@@ -2,6 +2,7 @@
 
 #include "entity/ContentRange.h"
 #include "output/FileIdentity.h"
+#include "output/Interruption.h"
 #include "output/Sha256.h"
 #include "report/SystemFailure.h"
 
@@ -129,10 +130,13 @@ Journal::~Journal() {
 Journal::Opened Journal::open(const std::filesystem::path& path) {
     for (;;) {
         const int flags = O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK;
-        int descriptor = ::open(path.c_str(), flags | O_EXCL, 0600);
+        const auto open = [&path](int how) {
+            return uninterrupted([&path, how] { return ::open(path.c_str(), how, 0600); });
+        };
+        int descriptor = open(flags | O_EXCL);
         const bool wasThere = descriptor < 0 && errno == EEXIST;
         if (wasThere) {
-            descriptor = ::open(path.c_str(), flags, 0600);
+            descriptor = open(flags);
         }
         if (descriptor < 0 && (errno == ELOOP || errno == EISDIR || errno == ENXIO)) {
             return {.journal = nullptr, .absence = Absence::Foreign};
@@ -141,8 +145,15 @@ Journal::Opened Journal::open(const std::filesystem::path& path) {
             throw systemFailure("cannot create " + path.string(), errno);
         }
         std::unique_ptr<Journal> journal(new Journal(path, descriptor, wasThere));
-        if (::flock(descriptor, LOCK_EX | LOCK_NB) != 0) {
-            return {.journal = nullptr, .absence = Absence::Locked};
+        if (uninterrupted([descriptor] { return ::flock(descriptor, LOCK_EX | LOCK_NB); }) != 0) {
+            const int error = errno;
+            if (error == EWOULDBLOCK) {
+                return {.journal = nullptr, .absence = Absence::Locked};
+            }
+            if (!wasThere) {
+                ::unlink(path.c_str());
+            }
+            throw systemFailure("cannot lock " + path.string(), error);
         }
         // Whoever held the lock before may have removed the file meanwhile.
         if (!journal->isStillThere()) {
@@ -198,7 +209,9 @@ bool Journal::begin(const JournalHeader& header) {
         std::string(magic) + std::string(slotSize * slotCount, ' ') + headerText_;
     // Written over at once: a process that is killed leaves the one or the other.
     return writeAt(descriptor_, 0, text) &&
-           ::ftruncate(descriptor_, static_cast<off_t>(text.size())) == 0;
+           uninterrupted([this, &text] {
+               return ::ftruncate(descriptor_, static_cast<off_t>(text.size()));
+           }) == 0;
 }
 
 bool Journal::write(int slot, const Checkpoint& checkpoint) {
@@ -212,7 +225,8 @@ bool Journal::record(const Checkpoint& checkpoint) {
 }
 
 bool Journal::recordDurable(const Checkpoint& checkpoint) {
-    return write(0, checkpoint) && isSynchronised(::fdatasync(descriptor_));
+    return write(0, checkpoint) &&
+           isSynchronised(uninterrupted([this] { return ::fdatasync(descriptor_); }));
 }
 
 void Journal::remove() noexcept {

@@ -46,7 +46,7 @@ public:
     };
 
     /// Opens or creates the journal at `path` and locks it.
-    /// @throws Failure with `ExitCode::Failed` "cannot create PATH: " when that fails.
+    /// @throws Failure with `ExitCode::Failed` "cannot create PATH: " or "cannot lock PATH: " when that fails.
     static Opened open(const std::filesystem::path& path);
 
     Journal(const Journal&) = delete;

@@ -1,5 +1,6 @@
 #include "output/PartialFile.h"
 
+#include "output/Interruption.h"
 #include "report/SystemFailure.h"
 #include "text/SafeText.h"
 
@@ -19,9 +20,10 @@ namespace {
 // in any case.
 void synchroniseFolder(const std::filesystem::path& file) {
     const std::filesystem::path folder = file.has_parent_path() ? file.parent_path() : ".";
-    const int descriptor = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    const int descriptor = uninterrupted(
+        [&folder] { return ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); });
     if (descriptor >= 0) {
-        ::fsync(descriptor);
+        uninterrupted([descriptor] { return ::fsync(descriptor); });
         ::close(descriptor);
     }
 }

@@ -1,6 +1,7 @@
 #include "output/StreamOutput.h"
 
 #include "output/DescriptorWriter.h"
+#include "output/Interruption.h"
 #include "report/SystemFailure.h"
 
 #include <algorithm>
@@ -188,10 +189,11 @@ void StreamOutput::publish() {
     }
     // A file behind standard output may report a full disk this late; what is no file cannot be
     // synchronised and says so.
-    if (::fsync(descriptor_) != 0 && errno != EINVAL && errno != EROFS && errno != ENOTSUP) {
+    if (uninterrupted([this] { return ::fsync(descriptor_); }) != 0 && errno != EINVAL &&
+        errno != EROFS && errno != ENOTSUP) {
         throw cannotWrite(errno);
     }
-    if (::close(std::exchange(descriptor_, -1)) != 0) {
+    if (closeOnce(std::exchange(descriptor_, -1)) != 0) {
         throw cannotWrite(errno);
     }
 }

@@ -4,6 +4,8 @@
 
 #include <foundation/httpclient_core/HttpRequestCancelledException.h>
 
+#include <chrono>
+#include <thread>
 #include <utility>
 
 namespace foundation::httpclient_curl {
@@ -60,9 +62,15 @@ void Delivery::handlerDropped(std::shared_ptr<core::CompletionHandler> handler) 
             return;
         }
     }
-    try {
-        callLate(std::move(handler));
-    } catch (...) {  // NOLINT(bugprone-empty-catch): without memory or threads there is no way left
+    // Where memory ran out it may come back.
+    constexpr int mostTries = 100;
+    for (int tries = 0; tries < mostTries; ++tries) {
+        try {
+            callLate(handler);
+            return;
+        } catch (...) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
     }
 }
 
@@ -102,8 +110,12 @@ void GuardedHandler::operator()(core::HttpRequest request,
         }
     }
     delivery_->engine().deliveryBegins();
-    // Of use between attempts only.
-    ResumeMark::dropFrom(request);
+    try {
+        // Of use between attempts only.
+        ResumeMark::dropFrom(request);
+    } catch (...) {
+        error = error == nullptr ? std::current_exception() : error;
+    }
     (*handler)(std::move(request), std::move(response), std::move(error));
 }
 

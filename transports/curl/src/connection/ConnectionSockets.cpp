@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <arpa/inet.h>
+#include <cerrno>
 #include <cstring>
 #include <exception>
 #include <netinet/in.h>
@@ -44,9 +45,10 @@ int portBy(Ask ask, curl_socket_t socket) {
 
 }  // namespace
 
-void ConnectionSockets::watch(CURL* easy) {
+void ConnectionSockets::watch(CURL* easy, Opening& opening) {
+    opening.sockets = this;
     setOption(easy, CURLOPT_OPENSOCKETFUNCTION, &ConnectionSockets::openCallback);
-    setOption(easy, CURLOPT_OPENSOCKETDATA, this);
+    setOption(easy, CURLOPT_OPENSOCKETDATA, &opening);
     setOption(easy, CURLOPT_CLOSESOCKETFUNCTION, &ConnectionSockets::closeCallback);
     setOption(easy, CURLOPT_CLOSESOCKETDATA, this);
 }
@@ -82,14 +84,17 @@ bool ConnectionSockets::hasUnread(const Ends& ends) const noexcept {
     }
 }
 
-curl_socket_t ConnectionSockets::openCallback(void* self,
+curl_socket_t ConnectionSockets::openCallback(void* data,
                                               curlsocktype /*purpose*/,
                                               curl_sockaddr* address) {
     const curl_socket_t socket =
         ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
-    if (socket >= 0 && address->family != AF_UNIX) {
+    auto& opening = *static_cast<Opening*>(data);
+    if (socket < 0) {
+        opening.error = errno;
+    } else if (address->family != AF_UNIX) {
         try {
-            auto& sockets = *static_cast<ConnectionSockets*>(self);
+            ConnectionSockets& sockets = *opening.sockets;
             const std::lock_guard lock(sockets.mutex_);
             sockets.unnamed_.push_back(socket);
         } catch (const std::exception&) {

@@ -26,15 +26,21 @@ public:
     ConnectionSockets(const ConnectionSockets&) = delete;
     ConnectionSockets& operator=(const ConnectionSockets&) = delete;
 
-    /// Has the connections that this handle makes opened and closed here.
-    void watch(CURL* easy);
+    /// What the handles of one transfer need to open connections here.
+    struct Opening {
+        ConnectionSockets* sockets = nullptr;
+        int error = 0;  ///< Of the last socket that could not be made; libcurl forgets it.
+    };
+
+    /// Has the connections that this handle makes opened and closed here. `opening` must outlive the handle.
+    void watch(CURL* easy, Opening& opening);
     /// A connection was made. Unknown ones, of unix domain sockets too, are left alone.
     void connected(const Ends& ends) noexcept;
     /// Whether bytes, or an end of stream, wait on a connection that was made before.
     bool hasUnread(const Ends& ends) const noexcept;
 
 private:
-    static curl_socket_t openCallback(void* self, curlsocktype purpose, curl_sockaddr* address);
+    static curl_socket_t openCallback(void* data, curlsocktype purpose, curl_sockaddr* address);
     static int closeCallback(void* self, curl_socket_t socket);
 
     mutable std::mutex mutex_;  ///< Guards what follows.

@@ -16,7 +16,14 @@ MultiHandle Driver::makeMulti() const {
     return multi;
 }
 
+void Driver::makeRoom(std::size_t exchanges) {
+    for (std::vector<Exchange*>* list : {&active_, &ended_, &taken_}) {
+        list->reserve(exchanges);
+    }
+}
+
 void Driver::start(Exchange& exchange) {
+    makeRoom(active_.size() + ended_.size() + 1);
     if (exchange.begin() == Exchange::Next::Again) {
         active_.push_back(&exchange);
         add(exchange);
@@ -43,7 +50,8 @@ void Driver::end(Exchange& exchange, CURLcode code) {
     ended_.push_back(&exchange);
 }
 
-std::vector<Exchange*> Driver::turn() {
+const std::vector<Exchange*>& Driver::turn() {
+    taken_.clear();
     int running = 0;
     curl_multi_perform(multi_.get(), &running);
     int left = 0;
@@ -62,7 +70,8 @@ std::vector<Exchange*> Driver::turn() {
             end(*active_[i], CURLE_ABORTED_BY_CALLBACK);
         }
     }
-    return std::exchange(ended_, {});
+    taken_.swap(ended_);
+    return taken_;
 }
 
 void Driver::wait(Exchange::Clock::time_point latest) {
@@ -70,7 +79,8 @@ void Driver::wait(Exchange::Clock::time_point latest) {
     for (const Exchange* exchange : active_) {
         latest = std::min(latest, exchange->nextCheck(now));
     }
-    constexpr std::chrono::milliseconds longest(60000);
+    // A call that gets lost, since the system refused the means for it, costs no more than this.
+    const std::chrono::milliseconds longest(isDeaf_ ? 10 : 1000);
     auto time = std::chrono::ceil<std::chrono::milliseconds>(std::min(latest, now + longest) - now);
     if (!ended_.empty() || time < std::chrono::milliseconds::zero()) {
         time = std::chrono::milliseconds::zero();
@@ -87,7 +97,14 @@ void Driver::wake() noexcept {
         return;
     }
     const std::lock_guard lock(mutex_);
-    curl_multi_wakeup(multi_.get());
+    // What the system refuses once, for want of buffers, it seldom refuses again.
+    constexpr int mostTries = 3;
+    for (int tries = 0; tries < mostTries; ++tries) {
+        if (curl_multi_wakeup(multi_.get()) == CURLM_OK) {
+            return;
+        }
+    }
+    isDeaf_ = true;
 }
 
 void Driver::closeConnections() {

@@ -22,7 +22,9 @@ public:
     /// The exchange is driven until turn() returns it; it must live until then.
     void start(Exchange& exchange);
     /// Does what can be done without waiting. Returns the exchanges that ended.
-    std::vector<Exchange*> turn();
+    const std::vector<Exchange*>& turn();
+    /// Makes room for so many exchanges at once. Throws std::bad_alloc; within that room nothing else does.
+    void makeRoom(std::size_t exchanges);
     /// Waits for the network, for wake(), or until an exchange or `latest` asks for a turn.
     void wait(Exchange::Clock::time_point latest);
     /// Ends the wait of the moment, or the next one. From any thread. Costs a system call only when the
@@ -42,8 +44,10 @@ private:
     std::mutex mutex_;  ///< Guards the replacement of the handle against wake().
     MultiHandle multi_;
     std::atomic<Rest> rest_ = Rest::None;
+    std::atomic<bool> isDeaf_ = false;  ///< A call got lost, and so may the next.
     std::vector<Exchange*> active_;
     std::vector<Exchange*> ended_;
+    std::vector<Exchange*> taken_;  ///< What the last turn gave out.
 };
 
 }  // namespace foundation::httpclient_curl

@@ -1,13 +1,16 @@
 #include "engine/Engine.h"
 
 #include "engine/TransferMark.h"
+#include "engine/WithMemory.h"
 
 #include <foundation/httpclient_core/HttpRequestCancelledException.h>
 #include <foundation/httpclient_core/LoggingChannels.h>
 #include <foundation/httpclient_core/detail/BackoffHook.h>
 
 #include <algorithm>
+#include <exception>
 #include <future>
+#include <new>
 #include <numeric>
 #include <ostream>
 #include <stdexcept>
@@ -97,9 +100,13 @@ public:
         }
     }
 
-    void call(Worker& worker) {
+    void call(Worker& worker) noexcept {
         worker.call();
-        workers_.push_back(worker.shared_from_this());
+        try {
+            workers_.push_back(worker.shared_from_this());
+        } catch (const std::bad_alloc&) {
+            worker.wake();
+        }
     }
 
 private:
@@ -188,17 +195,27 @@ void Engine::sendAsync(core::HttpRequest request,
         const std::lock_guard lock(mutex_);
         if (workers_.empty() && !stopping_) {
             freeWorker();
+            executor_->prepare();
         }
         record = useRecord(id);
     }
+    try {
+        submit(std::make_unique<AsyncAttempt>(std::move(request), std::move(response),
+                                              std::move(handler), record, std::move(settings),
+                                              shared()));
+    } catch (...) {
+        // Without memory: the handler is gone, and nobody else knows of the attempt.
+        releaseRecord(record);
+        throw;
+    }
+}
+
+void Engine::submit(AttemptPointer attempt) {
     RequestScope* scope = RequestScope::current(*this);
     std::chrono::milliseconds delay(0);
-    if (scope != nullptr && scope->record() == record) {
+    if (scope != nullptr && scope->record() == attempt->record) {
         delay = scope->takeDelay();
     }
-    auto attempt =
-        std::make_unique<AsyncAttempt>(std::move(request), std::move(response), std::move(handler),
-                                       std::move(record), std::move(settings), shared());
     {
         Wakeups wakeups;
         const std::lock_guard lock(mutex_);
@@ -219,15 +236,19 @@ void Engine::sendAsync(core::HttpRequest request,
 }
 
 std::shared_ptr<RequestRecord> Engine::useRecord(unsigned long id) {
-    std::shared_ptr<RequestRecord>& record = records_[id];
-    if (record == nullptr) {
+    auto entry = records_.find(id);
+    if (entry == records_.end()) {
         const RequestScope* scope = RequestScope::current(*this);
         const bool isStarting = scope != nullptr && scope->record()->history.isStarting;
-        record = isStarting ? scope->record() : std::make_shared<RequestRecord>();
-        record->history.isStarting = false;
-        record->id = id;
-        record->sequence = nextSequence_++;
+        entry =
+            records_.emplace(id, isStarting ? scope->record() : std::make_shared<RequestRecord>())
+                .first;
+        RequestRecord& made = *entry->second;
+        made.history.isStarting = false;
+        made.id = id;
+        made.sequence = nextSequence_++;
     }
+    const std::shared_ptr<RequestRecord>& record = entry->second;
     if (stopping_ && ++record->attemptsWhileStopping > maxAttemptsWhileStopping) {
         throw core::HttpRequestFailedException(destroyedText);
     }
@@ -271,6 +292,8 @@ Worker* Engine::freeWorker() {
         }
     }
     if (workers_.size() < static_cast<std::size_t>(maxWorkers_)) {
+        // A thread that was made has its place.
+        workers_.reserve(workers_.size() + 1);
         try {
             workers_.push_back(std::make_shared<Worker>(*this, std::max(16, 4 * maxPerWorker_)));
             return workers_.back().get();
@@ -290,7 +313,18 @@ void Engine::place(AttemptPointer attempt) {
     queue_.emplace(sequence, std::move(attempt));
 }
 
-void Engine::dispatch(Wakeups& wakeups) {
+// What is queued has its place: a lack of memory ends no request, but a worker is asked to try again.
+void Engine::dispatch(Wakeups& wakeups) noexcept {
+    try {
+        placeQueued(wakeups);
+    } catch (const std::exception&) {
+        if (!workers_.empty()) {
+            wakeups.call(*workers_.front());
+        }
+    }
+}
+
+void Engine::placeQueued(Wakeups& wakeups) {
     while (!queue_.empty()) {
         const int underWay =
             std::accumulate(workers_.begin(), workers_.end(), 0,
@@ -343,16 +377,18 @@ void Engine::attemptsEnded(Worker& worker, std::vector<AttemptPointer> attempts)
         }
     }
     std::vector<Executor::Task> tasks;
-    tasks.reserve(attempts.size());
+    withMemory([&tasks, &attempts] { tasks.reserve(attempts.size()); });
     for (AttemptPointer& attempt : attempts) {
-        std::exception_ptr error = attempt->exchange.takeError();
-        tasks.push_back(completion(std::move(attempt), std::move(error)));
+        const std::exception_ptr error = attempt->exchange.takeError();
+        const auto shared =
+            withMemory([&attempt] { return std::shared_ptr<AsyncAttempt>(std::move(attempt)); });
+        withMemory([this, &tasks, &shared, &error] { tasks.push_back(completion(shared, error)); });
     }
     executor_->offer(std::move(tasks));
 }
 
-Executor::Task Engine::completion(AttemptPointer attempt, std::exception_ptr error) {
-    return [self = shared_from_this(), attempt = std::shared_ptr<AsyncAttempt>(std::move(attempt)),
+Executor::Task Engine::completion(std::shared_ptr<AsyncAttempt> attempt, std::exception_ptr error) {
+    return [self = shared_from_this(), attempt = std::move(attempt),
             error = std::move(error)]() mutable { self->runHandler(*attempt, std::move(error)); };
 }
 

@@ -94,12 +94,14 @@ private:
     void releaseRecord(const std::shared_ptr<RequestRecord>& record);
     void forget(const std::shared_ptr<RequestRecord>& record);
     void place(AttemptPointer attempt);
-    void dispatch(Wakeups& wakeups);
+    void submit(AttemptPointer attempt);
+    void dispatch(Wakeups& wakeups) noexcept;
+    void placeQueued(Wakeups& wakeups);
     Worker* freeWorker();
     void releaseDue(Clock::time_point now, Wakeups& wakeups);
     void callWorkers(Wakeups& wakeups);
     void wakeAll(Wakeups& wakeups);
-    Executor::Task completion(AttemptPointer attempt, std::exception_ptr error);
+    Executor::Task completion(std::shared_ptr<AsyncAttempt> attempt, std::exception_ptr error);
     void runHandler(AsyncAttempt& attempt, std::exception_ptr error);
     std::vector<AttemptPointer> takeWaiting(const RequestRecord* record);
     void completeCancelled(std::vector<AttemptPointer> attempts);

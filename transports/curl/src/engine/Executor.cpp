@@ -1,6 +1,8 @@
 #include "engine/Executor.h"
 
-#include <system_error>
+#include "engine/WithMemory.h"
+
+#include <exception>
 #include <utility>
 
 namespace foundation::httpclient_curl {
@@ -38,6 +40,13 @@ void Executor::offer(std::vector<Task> tasks) {
     enqueue(std::move(tasks), true);
 }
 
+void Executor::prepare() {
+    const std::lock_guard lock(mutex_);
+    if (threads_.empty() && !stopping_) {
+        addThread();
+    }
+}
+
 void Executor::enqueue(std::vector<Task> tasks, bool isPatient) {
     Threads finished;
     Calls calls;
@@ -55,7 +64,7 @@ void Executor::enqueue(std::vector<Task> tasks, bool isPatient) {
             addThread();
         }
         for (Task& task : tasks) {
-            tasks_.push_back(std::move(task));
+            withMemory([this, &task] { tasks_.push_back(std::move(task)); });
         }
         calls = isPatient ? callThread() : callThreads(tasks_.size());
         finished.swap(finished_);
@@ -102,7 +111,7 @@ Executor::Calls Executor::callThreads(std::size_t most) {
                     break;
                 }
                 addThread();
-            } catch (const std::system_error&) {
+            } catch (const std::exception&) {
                 // The threads that exist will come to it.
                 break;
             }

@@ -26,6 +26,9 @@ public:
     Executor& operator=(const Executor&) = delete;
     ~Executor();
 
+    /// Has a thread, so that tasks that come from threads of the transport find one. Throws std::system_error or
+    /// std::bad_alloc if none can be had.
+    void prepare();
     /// Runs the task on one of the threads. What it throws is dropped.
     void post(Task task);
     /// The same for several. Where it throws, none of them runs.

@@ -2,6 +2,7 @@
 
 #include "engine/Engine.h"
 #include "engine/TransferMark.h"
+#include "engine/WithMemory.h"
 
 #include <algorithm>
 #include <utility>
@@ -20,7 +21,7 @@ void Worker::run() {
         if ((hasOrders_.exchange(false) || isDue) && !followOrders()) {
             return;
         }
-        const std::vector<Exchange*> ended = driver_.turn();
+        const std::vector<Exchange*>& ended = driver_.turn();
         if (!ended.empty()) {
             engine_.attemptsEnded(*this, takeOut(ended));
         }
@@ -37,6 +38,10 @@ bool Worker::followOrders() {
     if (orders.closeConnections) {
         driver_.closeConnections();
     }
+    withMemory([this, &orders] {
+        attempts_.reserve(attempts_.size() + orders.begin.size());
+        driver_.makeRoom(attempts_.size() + orders.begin.size());
+    });
     for (AttemptPointer& attempt : orders.begin) {
         attempts_.push_back(std::move(attempt));
         driver_.start(attempts_.back()->exchange);
@@ -46,7 +51,7 @@ bool Worker::followOrders() {
 
 std::vector<AttemptPointer> Worker::takeOut(const std::vector<Exchange*>& ended) {
     std::vector<AttemptPointer> taken;
-    taken.reserve(ended.size());
+    withMemory([&taken, &ended] { taken.reserve(ended.size()); });
     for (const Exchange* exchange : ended) {
         const auto place = std::find_if(
             attempts_.begin(), attempts_.end(),

@@ -163,7 +163,7 @@ void Exchange::configureCallbacks(CURL* easy) {
     setOption(easy, CURLOPT_DEBUGDATA, this);
     // Over TLS, records that are no answer may wait: a session ticket, the frames of HTTP/2.
     if (url_->origin().scheme == "http") {
-        shared_.sockets.watch(easy);
+        shared_.sockets.watch(easy, hop_->opening);
         setOption(easy, CURLOPT_PREREQFUNCTION, &Exchange::beforeRequestCallback);
         setOption(easy, CURLOPT_PREREQDATA, this);
     }
@@ -636,8 +636,9 @@ void Exchange::describeFailure(CURLcode code) {
         return;
     }
     isLasting_ = isLasting(code);
-    error_ = transferError(code, info<long>(handle(), CURLINFO_OS_ERRNO), hop_->errorText.data(),
-                           context());
+    const auto osError = info<long>(handle(), CURLINFO_OS_ERRNO);
+    error_ = transferError(code, osError != 0 ? osError : hop_->opening.error,
+                           hop_->errorText.data(), context());
 }
 
 // Nothing was sent, so this repeats no request.
@@ -730,7 +731,8 @@ void Exchange::settleResponse() noexcept {
             response_.setResponseCodeAndReason(HttpResponseCode::ResponseNotReceived,
                                                "Response Not Received");
         }
-        if (guard_ != nullptr) {
+        // Neither is there where memory ran out before.
+        if (guard_ != nullptr && delivery_ != nullptr) {
             guard_->leaveMark(error_ != nullptr);
             delivery_->keepForRetry(request_, settings_.resumeOnRetry);
         }

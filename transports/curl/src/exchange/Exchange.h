@@ -68,7 +68,7 @@ public:
     /// When to ask again.
     Clock::time_point nextCheck(Clock::time_point now) const noexcept;
     /// The transfer ended with this code; it is out of its multi handle. After `Next::Done` the handle is
-    /// back in its pool.
+    /// freed.
     Next finish(CURLcode code) noexcept;
     /// After `Next::Done`: null for success. The exchange keeps no reference to it: the error belongs to
     /// whoever gets it, down to the thread that destroys it.

@@ -1,4 +1,5 @@
 #pragma once
+#include "connection/ConnectionSockets.h"
 #include "connection/CurlTypes.h"
 #include "connection/TlsEnd.h"
 #include "exchange/Deadlines.h"
@@ -23,6 +24,7 @@ struct Hop {
     HeaderLines lines;
     std::unique_ptr<MultipartForm> form;
     std::array<char, CURL_ERROR_SIZE> errorText{};
+    ConnectionSockets::Opening opening;
     EasyHandle easy;
     std::unique_ptr<ProxyPass> pass;  ///< Null for a direct connection.
     Deadlines deadlines;

@@ -9,6 +9,7 @@
 #include <array>
 #include <cerrno>
 #include <sstream>
+#include <system_error>
 
 namespace foundation::httpclient_curl {
 namespace {
@@ -77,7 +78,11 @@ std::exception_ptr transferError(CURLcode code,
     if (code == CURLE_OUT_OF_MEMORY) {
         return std::make_exception_ptr(std::bad_alloc());
     }
-    const std::string text = detail.empty() ? curl_easy_strerror(code) : detail;
+    std::string text = detail.empty() ? curl_easy_strerror(code) : detail;
+    // Of this failure libcurl says no more than that it could not.
+    if (code == CURLE_COULDNT_CONNECT && osError != 0) {
+        text += ": " + std::generic_category().message(static_cast<int>(osError));
+    }
     return transferFailure(prefixFor(code) + text + numberOf(code), context);
 }
 

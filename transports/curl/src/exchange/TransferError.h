@@ -15,7 +15,8 @@ struct TransferContext {
     std::string url;
 };
 
-/// The exception for what libcurl reports. `detail` is the text of its error buffer.
+/// The exception for what libcurl reports. `detail` is the text of its error buffer, `osError` the error of the
+/// system behind it, or 0.
 std::exception_ptr transferError(CURLcode code,
                                  long osError,
                                  const std::string& detail,
