@@ -24,7 +24,7 @@ void Driver::makeRoom(std::size_t exchanges) {
 
 void Driver::start(Exchange& exchange) {
     makeRoom(active_.size() + ended_.size() + 1);
-    if (exchange.begin(handles_) == Exchange::Next::Again) {
+    if (exchange.begin() == Exchange::Next::Again) {
         active_.push_back(&exchange);
         add(exchange);
     } else {

@@ -1,6 +1,5 @@
 #pragma once
 #include "connection/CurlTypes.h"
-#include "engine/HandlePool.h"
 #include "exchange/Exchange.h"
 
 #include <atomic>
@@ -44,7 +43,6 @@ private:
     long maxConnections_;
     std::mutex mutex_;  ///< Guards the replacement of the handle against wake().
     MultiHandle multi_;
-    HandlePool handles_;
     std::atomic<Rest> rest_ = Rest::None;
     std::atomic<bool> isDeaf_ = false;  ///< A call got lost, and so may the next.
     std::vector<Exchange*> active_;

@@ -39,8 +39,7 @@ Exchange::Exchange(core::HttpRequest& request,
 
 Exchange::~Exchange() = default;
 
-Exchange::Next Exchange::begin(HandlePool& handles) noexcept {
-    handles_ = &handles;
+Exchange::Next Exchange::begin() noexcept {
     if (++history_.attempts == 1) {
         history_.begun = retryClock().now();
     }
@@ -79,7 +78,7 @@ void Exchange::prepare() {
     delivery_ = std::make_unique<ResponseDelivery>(response_, *guard_, history_,
                                                    shared_.options.maxResponseBodyBytes);
     if (cancelled_) {
-        throw HttpRequestCancelledException();
+        giveUp();
     }
     if (request_.hasProgressCallback()) {
         progress_ = request_.getProgressCallback();
@@ -111,7 +110,10 @@ void Exchange::prepare() {
 
 void Exchange::configureHop() {
     hop_ = std::make_unique<Hop>(settings_, shared_.options.maxResponseHeaderFields);
-    hop_->easy = handles_->take();
+    // A handle of its own for each hop. One that is used again keeps a pointer to the last header line of
+    // its former answer, which is freed: an answer that begins with a folded line makes libcurl 7.88
+    // continue that one. After HTTP/2 it would besides refuse options, even when it was reset.
+    hop_->easy.reset(requireMemory(curl_easy_init()));
     CURL* easy = handle();
     setOption(easy, CURLOPT_URL, url_->text().c_str());
     setOption(easy, CURLOPT_ERRORBUFFER, hop_->errorText.data());
@@ -336,6 +338,12 @@ void Exchange::onBlock() {
         if (hop_->pass->hasPassed() && hop_->pass->generation() > 0) {
             shared_.credentials.judge(hop_->pass->info(), hop_->pass->generation(), true);
         }
+        // libcurl asks again for as long as the proxy calls the nonce stale.
+        constexpr int mostRefusals = 5;
+        if (hop_->pass->isRefused() && ++hop_->refusals > mostRefusals) {
+            std::rethrow_exception(
+                transferFailure("The proxy asked for credentials again and again", context()));
+        }
         if (hop_->pass->isRefused() && (upload_.has_value() || sendsForm_)) {
             // squid never reads the body that it refused, but keeps the connection open: a request that
             // came after it would wait for ever.
@@ -538,14 +546,14 @@ Exchange::Next Exchange::finish(CURLcode code) noexcept {
     if (next == Next::Done) {
         settleResponse();
         report();
-        handles_->giveBack(std::move(hop_->easy), code);
+        hop_->easy.reset();
     }
     return next;
 }
 
 Exchange::Next Exchange::conclude(CURLcode code) {
     if (cancelled_ || aborted_) {
-        throw HttpRequestCancelledException();
+        giveUp();
     }
     if (callbackError_ == nullptr && hop_->form != nullptr) {
         callbackError_ = hop_->form->takeError();
@@ -608,7 +616,7 @@ void Exchange::succeed() {
     delivery_->finish();
     reportProgress(Clock::now(), true);
     if (aborted_) {
-        throw HttpRequestCancelledException();
+        giveUp();
     }
     if (tooManyRedirects_) {
         isLasting_ = true;
@@ -714,6 +722,11 @@ void Exchange::rewindBody() {
 
 // ---- the end
 
+void Exchange::giveUp() {
+    isGivenUp_ = true;
+    throw HttpRequestCancelledException();
+}
+
 TransferContext Exchange::context() const {
     return {.method = method_, .url = url_->display()};
 }
@@ -726,7 +739,7 @@ void Exchange::settleResponse() noexcept {
             response_.setTransactionReport(core::TransactionReport(
                 redirects_, isElsewhere ? url_->toUrl() : request_.getURL()));
         }
-        if (cancelled_ || aborted_) {
+        if (isGivenUp_) {
             // Whatever was received, the attempt counts as not made: strategies look at the code.
             response_.setResponseCodeAndReason(HttpResponseCode::RequestNotMade,
                                                "Request Not Made");

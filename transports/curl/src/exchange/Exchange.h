@@ -2,7 +2,6 @@
 #include "connection/ConnectionSockets.h"
 #include "connection/CurlTypes.h"
 #include "connection/TransferShares.h"
-#include "engine/HandlePool.h"
 #include "engine/RequestRecord.h"
 #include "exchange/Deadlines.h"
 #include "exchange/Hop.h"
@@ -59,9 +58,8 @@ public:
     Exchange& operator=(const Exchange&) = delete;
     ~Exchange();
 
-    /// Prepares the first hop, with handles of the pool, which must outlive the last call of finish().
-    /// Done: it failed before anything was sent.
-    Next begin(HandlePool& handles) noexcept;
+    /// Prepares the first hop. Done: it failed before anything was sent.
+    Next begin() noexcept;
     /// The handle to drive after `Next::Again`.
     CURL* handle() const noexcept { return hop_->easy.get(); }
     /// Whether the transfer has to be taken out of its multi handle and ended with
@@ -70,7 +68,7 @@ public:
     /// When to ask again.
     Clock::time_point nextCheck(Clock::time_point now) const noexcept;
     /// The transfer ended with this code; it is out of its multi handle. After `Next::Done` the handle is
-    /// back in its pool.
+    /// freed.
     Next finish(CURLcode code) noexcept;
     /// After `Next::Done`: null for success. The exchange keeps no reference to it: the error belongs to
     /// whoever gets it, down to the thread that destroys it.
@@ -109,6 +107,7 @@ private:
     bool isCommitted() const { return delivery_ != nullptr && delivery_->isBegun(); }
 
     Next conclude(CURLcode code);
+    [[noreturn]] void giveUp();
     void succeed();
     void describeFailure(CURLcode code);
     void settleResponse() noexcept;
@@ -151,7 +150,6 @@ private:
     std::unique_ptr<ResponseDelivery> delivery_;
     std::optional<UploadSource> upload_;
     bool sendsForm_ = false;
-    HandlePool* handles_ = nullptr;
     std::unique_ptr<Hop> hop_;
     int redirects_ = 0;
     int proxyRepeats_ = 0;   ///< Of the hop.
@@ -161,8 +159,10 @@ private:
     bool startsOver_ = false;  ///< The answer did not continue the body; ask again for all of it.
     bool tooManyRedirects_ = false;
     bool timedOut_ = false;
-    bool aborted_ = false;       ///< By the progress callback.
-    bool sent_ = false;          ///< Some hop got as far as sending.
+    bool aborted_ = false;  ///< By the progress callback.
+    bool isGivenUp_ =
+        false;           ///< Ends as cancelled; the flag itself may still be set behind its end.
+    bool sent_ = false;  ///< Some hop got as far as sending.
     std::int64_t received_ = 0;  ///< Body bytes that came, those of redirects and dropped ones too.
     std::exception_ptr callbackError_;
     bool isRefused_ = false;  ///< The answer was malformed; the next one may be better.

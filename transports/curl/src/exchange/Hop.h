@@ -33,7 +33,8 @@ struct Hop {
     HeaderBlock connectBlock;  ///< The proxy's last answer to CONNECT.
     std::int64_t headerBytes = 0;
     std::int64_t swallowedBytes = 0;
-    TlsEnd tlsEnd;  ///< Of a body that ends with its connection.
+    int refusals = 0;  ///< By the proxy.
+    TlsEnd tlsEnd;     ///< Of a body that ends with its connection.
     ChunkCheck chunks;
     Framing framing;         ///< Of the last block that was not dropped.
     bool isChunked = false;  ///< The body comes in chunks.

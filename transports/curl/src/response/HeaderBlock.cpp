@@ -41,15 +41,22 @@ bool HeaderBlock::addLine(std::string_view line) {
         return true;
     }
     const bool continues = content.front() == ' ' || content.front() == '\t';
-    if (continues && !name_.empty()) {
-        value_ += ' ';
-        value_ += text;
-        return false;
+    if (!continues) {
+        keepField();
     }
-    keepField();
+    // Folded lines count: each makes libcurl move all of the value, which a flood of them turns into
+    // seconds.
     if (++fields_ > maxFields_) {
         throw httpclient_core::HttpRequestFailedException(
             "The response has more than " + std::to_string(maxFields_) + " header fields");
+    }
+    if (continues) {
+        if (name_.empty()) {
+            flaw_ = "a line of its header continues no field";
+        }
+        value_ += ' ';
+        value_ += text;
+        return false;
     }
     const std::size_t colon = text.find(':');
     if (colon == std::string_view::npos || !isToken(text.substr(0, colon))) {

@@ -45,9 +45,11 @@ std::optional<RetryAfter> RetryAfter::of(const httpclient_core::HttpResponse& re
     }
     const std::string date = field(response, "Date");
     const auto answered = parseHttpDate(trimmed(date), now);
-    const auto begin =
-        answered.has_value() ? std::chrono::system_clock::time_point(*answered) : now;
-    const auto wait = std::chrono::ceil<std::chrono::milliseconds>(*until - begin);
+    // Milliseconds, not the clock's nanoseconds, which end in the year 2262.
+    using Moment = std::chrono::sys_time<std::chrono::milliseconds>;
+    const Moment begin = answered.has_value() ? Moment(*answered)
+                                              : std::chrono::floor<std::chrono::milliseconds>(now);
+    const std::chrono::milliseconds wait = *until - begin;
     return RetryAfter{.wait = std::max(wait, std::chrono::milliseconds::zero()), .isDate = true};
 }
 

@@ -122,6 +122,26 @@ TEST_P(NginxTest, SpeaksHttp2OverTls) {
     EXPECT_EQ(outcome.response.getResponseCodeReason(), "OK");
 }
 
+// HTTP/2 knows none. nginx does not know gzip as one either, but it says in which version it was asked.
+TEST_P(NginxTest, TransferCodingsOfTheCallerTravelByHttp1) {
+    const NginxServer server(tlsServer() + "location / { return 200 \"$server_protocol\"; } }");
+    TestClient client;
+    client->setClientConfiguration(trusting());
+    for (const bool isCoded : {true, false}) {
+        HttpRequest request(HttpMethod::PUT, tlsUrl(server), {});
+        request.setRequestBody("body");
+        request.removeHeader("Content-Length");
+        request.setHeaderValue("Transfer-Encoding", isCoded ? "gzip, chunked" : "chunked");
+        const Outcome outcome = client.run(std::move(request), GetParam());
+        ASSERT_EQ(outcome.error, nullptr) << outcome.message();
+        EXPECT_EQ(outcome.code(),
+                  isCoded ? HttpResponseCode::NotImplemented : HttpResponseCode::OK);
+    }
+    const std::string log = server.folder().read("access.log");
+    EXPECT_NE(log.find("\"PUT / HTTP/1.1\" 501 "), std::string::npos) << log;
+    EXPECT_NE(log.find("\"PUT / HTTP/2.0\" 200 "), std::string::npos) << log;
+}
+
 TEST_P(NginxTest, ReachesAUnixDomainSocket) {
     const NginxServer server(
         "server { listen 127.0.0.1:@PORT0@; listen unix:@FOLDER@/socket; "

@@ -51,6 +51,37 @@ protected:
     TestClient client_;
 };
 
+// The last call of the progress callback comes when the whole answer is there. On a slow machine an earlier
+// one may know of all bytes, and the cancellation then ends the request.
+TEST_F(CancellationTest, AtTheLastMomentLeavesTheWholeAnswer) {
+    LoopbackServer server([](const ReceivedRequest&, Connection& connection) {
+        connection.sendResponse(200, "OK", {{"X-A", "one"}}, "Hello");
+    });
+    int lastCalls = 0;
+    for (const auto cancel : {+[](CurlHttpClient& client) { client.cancelRequest(0); },
+                              +[](CurlHttpClient& client) { client.cancelAllRequests(); }}) {
+        TestClient client;
+        HttpRequest request(HttpMethod::GET, server.url(), {});
+        request.setProgressCallback([&](const Progress& progress) {
+            if (progress.downloaded == 5) {
+                ++lastCalls;
+                cancel(*client);
+            }
+            return ProgressResult::Continue;
+        });
+        const Outcome outcome = client.run(std::move(request), Road::Asynchronous);
+        if (outcome.error != nullptr) {
+            EXPECT_TRUE(holds<HttpRequestCancelledException>(outcome.error)) << outcome.message();
+            EXPECT_EQ(outcome.code(), HttpResponseCode::RequestNotMade);
+            continue;
+        }
+        EXPECT_EQ(outcome.code(), HttpResponseCode::OK);
+        EXPECT_TRUE(outcome.response.hasHeader("X-A"));
+        EXPECT_EQ(outcome.body(), "Hello");
+    }
+    EXPECT_EQ(lastCalls, 2);
+}
+
 TEST_F(CancellationTest, EndsARequestThatWaitsForItsAnswer) {
     Counter arrived;
     LoopbackServer server([&](const ReceivedRequest& request, Connection& connection) {

@@ -116,6 +116,52 @@ TEST_P(HeaderCommitTest, FoldedLinesAreJoinedWithOneBlankEach) {
     EXPECT_NE(outcome.response.getHeaderValue("X-B").find("four"), std::string::npos);
 }
 
+// Each answer follows a whole one, of which nothing may be touched any more: AddressSanitizer sees it.
+TEST_P(HeaderCommitTest, FoldedLineInTheFirstPlaceContinuesNoFormerAnswer) {
+    LoopbackServer server([](const ReceivedRequest& request, Connection& connection) {
+        const bool isWhole = request.number % 2 == 0;
+        connection.send(std::string("HTTP/1.1 200 OK\r\n") +
+                        (isWhole ? "" : " " + std::string(1000, 'f') + "\r\n") +
+                        "X-A: one\r\nContent-Length: 5\r\n\r\nHello");
+    });
+    for (int i = 0; i < 20; ++i) {
+        const Outcome whole = get(server.url());
+        ASSERT_EQ(whole.error, nullptr) << whole.message();
+        EXPECT_EQ(whole.response.getHeaderValue("X-A"), "one");
+        const Outcome folded = get(server.url());
+        EXPECT_TRUE(holds<HttpRequestFailedException>(folded.error) || folded.body() == "Hello")
+            << folded.message();
+    }
+}
+
+// In the first place, or behind a line that is no field, where it might be read as a field of its own, or
+// its blanks as the end of the header.
+TEST_P(HeaderCommitTest, FoldedLineThatContinuesNoFieldIsAFailure) {
+    for (const std::string fields :
+         {" Content-Length: 3\r\n", " \r\nContent-Length: 5\r\n",
+          "nonsense\r\n Content-Length: 3\r\n", "nonsense\r\n \r\nContent-Length: 5\r\n"}) {
+        LoopbackServer server(
+            sendingThenClosing("HTTP/1.1 200 OK\r\n" + fields + "X-A: one\r\n\r\nHello"));
+        const Outcome outcome = get(server.url());
+        EXPECT_TRUE(holds<HttpRequestFailedException>(outcome.error)) << fields << outcome.body();
+    }
+}
+
+TEST_P(HeaderCommitTest, FoldedLinesCountAsFields) {
+    for (const int count : {998, 1000, 60000}) {
+        std::string fields = "X-A: one\r\n";
+        for (int i = 0; i < count; ++i) {
+            fields += " f\r\n";
+        }
+        LoopbackServer server(sendingThenClosing("HTTP/1.1 200 OK\r\n" + fields + "X: y\r\n\r\n"));
+        const Outcome outcome = get(server.url());
+        EXPECT_EQ(outcome.message().find("The response has more than 1000 header fields") !=
+                      std::string::npos,
+                  count >= 1000)
+            << outcome.message();
+    }
+}
+
 TEST_P(HeaderCommitTest, EndlessLineIsAFailureAndNoLackOfMemory) {
     LoopbackServer server(
         sendingThenClosing("HTTP/1.1 200 OK\r\nX: " + std::string(150000, 'x') + "\r\n\r\n"));

@@ -179,6 +179,17 @@ TEST_F(ResumingRetryStrategyTest, DateCountsFromTheServersClock) {
               10s);
 }
 
+// Beyond what the system's clock can say in nanoseconds.
+TEST_F(ResumingRetryStrategyTest, DateOfTheFarFutureOrPastIsOneLikeAnyOther) {
+    const char* const future = "Fri, 31 Dec 9999 23:59:59 GMT";
+    const char* const past = "Mon, 01 Jan 0001 00:00:00 GMT";
+    EXPECT_EQ(waitAfter(answer(503, {{"Retry-After", future}})), options_.maxWait);
+    EXPECT_EQ(waitAfter(answer(503, {{"Retry-After", past}})), 200ms);
+    EXPECT_EQ(waitAfter(answer(503, {{"Date", future}, {"Retry-After", future}})), 200ms);
+    EXPECT_EQ(waitAfter(answer(503, {{"Date", past}, {"Retry-After", future}})), options_.maxWait);
+    EXPECT_EQ(waitAfter(answer(503, {{"Date", future}, {"Retry-After", past}})), 200ms);
+}
+
 TEST_F(ResumingRetryStrategyTest, SenselessRetryAfterCountsAsAbsent) {
     for (const char* value :
          {"", "-5", "+5", "5.5", "5s", "soon", "0", "0x10", "Sun, 06 Nov 1994 08:00:00 GMT"}) {

@@ -21,7 +21,7 @@ const char* const basicUser = "ann:$1$httpcli$q8yeTokH8SHTdVZWjZaTj/\n";
 
 }  // namespace
 
-SquidProxy::SquidProxy(Scheme scheme, int maxNonceUses) {
+SquidProxy::SquidProxy(Scheme scheme, int maxNonceUses, int parentPort) {
     folder_.write("basic", basicUser);
     folder_.write("digest", digestUser);
     if (::geteuid() == 0) {
@@ -34,7 +34,7 @@ SquidProxy::SquidProxy(Scheme scheme, int maxNonceUses) {
     constexpr int tries = 5;
     for (int i = 0; i < tries; ++i) {
         port_ = freePort();
-        folder_.write("squid.conf", configuration(scheme, maxNonceUses));
+        folder_.write("squid.conf", configuration(scheme, maxNonceUses, parentPort));
         process_ = std::make_unique<ChildProcess>(std::vector<std::string>{
             program, "-N", "-n", serviceName(), "-f", folder_ / "squid.conf"});
         if (waitForPort(port_, *process_)) {
@@ -68,11 +68,13 @@ void SquidProxy::removeSharedMemory() const {
     }
 }
 
-std::string SquidProxy::configuration(Scheme scheme, int maxNonceUses) const {
+std::string SquidProxy::configuration(Scheme scheme, int maxNonceUses, int parentPort) const {
     std::ostringstream text;
     text << "http_port 127.0.0.1:" << port_ << "\n"
          << "pid_filename none\n"
          << "visible_hostname localhost\n"
+         // By which it would know a loop, were it behind another one of the same name.
+         << "unique_hostname " << serviceName() << "\n"
          << "cache deny all\n"
          << "cache_mem 8 MB\n"
          << "pinger_enable off\n"
@@ -98,6 +100,12 @@ std::string SquidProxy::configuration(Scheme scheme, int maxNonceUses) const {
              << "\n"
              << "auth_param basic children 2 startup=1\n"
              << "auth_param basic realm proxy\n";
+    }
+    if (parentPort != 0) {
+        text << "cache_peer 127.0.0.1 parent " << parentPort
+             << " 0 no-query no-digest default login=ann:right%20one\n"
+             << "never_direct allow all\n"
+             << "nonhierarchical_direct off\n";
     }
     text << "acl known proxy_auth REQUIRED\n"
          << "http_access allow known\n"

@@ -13,9 +13,10 @@ class SquidProxy {
 public:
     enum class Scheme { Basic, Digest, Both };
 
-    /// A nonce of Digest serves `maxNonceUses` requests.
+    /// A nonce of Digest serves `maxNonceUses` requests. With the port of a parent, another squid for
+    /// Basic, every request goes through that one.
     /// Throws std::runtime_error with the log if it does not start.
-    explicit SquidProxy(Scheme scheme, int maxNonceUses = 50);
+    explicit SquidProxy(Scheme scheme, int maxNonceUses = 50, int parentPort = 0);
     SquidProxy(const SquidProxy&) = delete;
     SquidProxy& operator=(const SquidProxy&) = delete;
     ~SquidProxy();
@@ -29,7 +30,7 @@ public:
     std::string accessLog() const { return folder_.read("access.log"); }
 
 private:
-    std::string configuration(Scheme scheme, int maxNonceUses) const;
+    std::string configuration(Scheme scheme, int maxNonceUses, int parentPort) const;
     /// Two of one name would share their memory, which a killed one leaves behind.
     std::string serviceName() const;
     void removeSharedMemory() const;

@@ -34,8 +34,8 @@ struct CurlClientOptions {
     /// Request headers that never travel to another scheme, host or port than the first of a request, by
     /// any letter case; `Authorization`, `Cookie` and `Proxy-Authorization` are always among them.
     std::vector<std::string> sensitiveHeaders = {"X-Api-Key", "X-Auth-Token", "X-Csrf-Token"};
-    /// Most header fields of one header block; more fail the request with "The response has more than N
-    /// header fields".
+    /// Most header fields of one header block, a folded line counting as one; more fail the request with
+    /// "The response has more than N header fields".
     int maxResponseHeaderFields = 1000;
     /// Most bytes of the header blocks of one answer, interim answers and trailers included; more fail the
     /// request with "The response headers are larger than N bytes". libcurl has a limit of its own at
