@@ -304,16 +304,16 @@ Operations clientOperations() {
         EXPECT_EQ(describe(after), before);
     };
     Operations operations;
-    for (const auto& [name, scene] : rows) {
+    for (const Row& row : rows) {
         operations.push_back(leaving(
-            "makeRequest: " + name, client,
-            [scene = scene](Owned& c) { return synchronously(c, scene); }, unbroken));
+            "makeRequest: " + row.name, client,
+            [scene = row.scene](Owned& c) { return synchronously(c, scene); }, unbroken));
         operations.push_back(leaving(
-            "makeAsyncRequest with a handler: " + name, client,
-            [scene = scene](Owned& c) { return withHandler(c, scene); }, unbroken));
+            "makeAsyncRequest with a handler: " + row.name, client,
+            [scene = row.scene](Owned& c) { return withHandler(c, scene); }, unbroken));
         operations.push_back(leaving(
-            "makeAsyncRequest with a future: " + name, client,
-            [scene = scene](Owned& c) { return withFuture(c, scene); }, unbroken));
+            "makeAsyncRequest with a future: " + row.name, client,
+            [scene = row.scene](Owned& c) { return withFuture(c, scene); }, unbroken));
     }
     operations.push_back(strong("getClientConfiguration", client,
                                 [](Owned& c) { return c->transport.getClientConfiguration(); }));
