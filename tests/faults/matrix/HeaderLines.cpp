@@ -184,19 +184,12 @@ Family interimAnswers() {
     Family family{"interim answers"};
     const std::string last = "HTTP/1.1 200 OK\r\n" + framed;
     for (int code = 100; code < 200; ++code) {
-        FaultCase fault = made("code " + std::to_string(code), Wanted::Exact,
-                               "HTTP/1.1 " + std::to_string(code) + " Interim\r\n\r\n" + last);
-        if (code == 101) {
-            // The last answer in HTTP: what follows is in the protocol that was switched to.
-            fault.right = {{101, last}};
-        }
-        family.cases.push_back(std::move(fault));
-        if (code == 101) {
-            continue;
-        }
-        family.cases.push_back(made("code " + std::to_string(code) + " and nothing more",
-                                    Wanted::Failure,
-                                    "HTTP/1.1 " + std::to_string(code) + " Interim\r\n\r\n"));
+        const std::string name = "code " + std::to_string(code);
+        const std::string head = "HTTP/1.1 " + std::to_string(code) + " Interim\r\n\r\n";
+        // 101 is the last answer in HTTP: what follows is in another protocol, and no body.
+        family.cases.push_back(
+            made(name, code == 101 ? Wanted::Failure : Wanted::Exact, head + last));
+        family.cases.push_back(made(name + " and nothing more", Wanted::Failure, head));
     }
     const auto flood = [&last](int count, const std::string& fields) {
         std::string bytes;
