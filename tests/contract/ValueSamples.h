@@ -506,4 +506,13 @@ struct AndMoveOnly<::testing::Types<T...>> {
 };
 using MovableTypes = AndMoveOnly<CopyableTypes>::Types;
 
+/// Names a typed test after the type alone, without its namespaces.
+struct TypeName {
+    template <class T>
+    static std::string GetName(int) {
+        const std::string name = ::testing::internal::GetTypeName<T>();
+        return name.substr(name.rfind(':') + 1);
+    }
+};
+
 }  // namespace foundation::httpclient_core::testing::values

@@ -21,14 +21,7 @@ using testing::values::HasOneValue;
 using testing::values::MovableTypes;
 using testing::values::Sample;
 using testing::values::survivesSelfMove;
-
-struct TypeName {
-    template <class T>
-    static std::string GetName(int) {
-        const std::string name = ::testing::internal::GetTypeName<T>();
-        return name.substr(name.rfind(':') + 1);
-    }
-};
+using testing::values::TypeName;
 
 template <class T>
 class CopySemanticsTest : public ::testing::Test {

@@ -4,26 +4,18 @@
 // random without it), and prints one line of summary behind a description of each defect. A single
 // schedule is described in any case. Exit status 0 only if there was none; 2 for wrong arguments.
 #include "tests/faults/ScheduleRun.h"
+#include "tests/support/RunLength.h"
 
-#include <exception>
 #include <iostream>
-#include <random>
-#include <string>
 
 int main(int argc, char** argv) {
     using namespace foundation::httpclient_curl::testing;
-    std::uint64_t count = 0;
-    std::uint64_t seed = std::random_device()();
-    try {
-        count = argc > 1 ? std::stoull(argv[1]) : 0;
-        seed = argc > 2 ? std::stoull(argv[2]) : seed;
-    } catch (const std::exception&) {
-        count = 0;
-    }
-    if (count == 0 || argc > 3) {
-        std::cerr << "usage: fault_schedules COUNT [SEED]\n";
+    const auto length =
+        foundation::httpclient_core::testing::runLength(argc, argv, "fault_schedules COUNT [SEED]");
+    if (!length.has_value()) {
         return 2;
     }
+    const auto [count, seed] = *length;
     if (count == 1) {
         std::cout << makeSchedule(seed);
     }

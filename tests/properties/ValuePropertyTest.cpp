@@ -17,22 +17,11 @@ using testing::CaseRandom;
 using testing::forAllCases;
 using testing::values::Any;
 using testing::values::CopyableTypes;
+using testing::values::describe;
 using testing::values::MovableTypes;
 using testing::values::Sample;
 using testing::values::survivesSelfMove;
-
-template <class T>
-std::string describe(const T& value) {
-    return Sample<T>::describe(value);
-}
-
-struct TypeName {
-    template <class T>
-    static std::string GetName(int) {
-        const std::string name = ::testing::internal::GetTypeName<T>();
-        return name.substr(name.rfind(':') + 1);
-    }
-};
+using testing::values::TypeName;
 
 template <class T>
 class CopyPropertyTest : public ::testing::Test {

@@ -5,14 +5,13 @@
 // arguments.
 #include "tests/soak/ClientSoak.h"
 #include "tests/soak/SoakServer.h"
+#include "tests/support/RunLength.h"
 
 #include <boost/log/core/core.hpp>
 
 #include <chrono>
-#include <exception>
 #include <iostream>
 #include <malloc.h>
-#include <random>
 #include <string>
 
 int main(int argc, char** argv) {
@@ -20,18 +19,12 @@ int main(int argc, char** argv) {
     if (argc == 2 && std::string(argv[1]) == "serve") {
         return serveSoak();
     }
-    std::uint64_t requests = 0;
-    std::uint64_t seed = std::random_device()();
-    try {
-        requests = argc > 1 ? std::stoull(argv[1]) : 0;
-        seed = argc > 2 ? std::stoull(argv[2]) : seed;
-    } catch (const std::exception&) {
-        requests = 0;
-    }
-    if (requests == 0 || argc > 3) {
-        std::cerr << "usage: client_soak REQUESTS [SEED]\n";
+    const auto length =
+        foundation::httpclient_core::testing::runLength(argc, argv, "client_soak REQUESTS [SEED]");
+    if (!length.has_value()) {
         return 2;
     }
+    const auto [requests, seed] = *length;
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
     constexpr bool checksMemory = false;
 #else
