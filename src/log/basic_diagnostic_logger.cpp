@@ -66,6 +66,7 @@ void basic_diagnostic_logger<CharT>::emit(std::uint32_t severity,
     // The host's global locale would group digits ("1,234"): records are for machines too.
     stream.imbue(std::locale::classic());
     write(context, stream.stream());
+    // Detaching would do it, but cannot tell that there is no memory.
     stream.flush();
     stream.detach_from_record();
     // The sinks read the slot as well, and a writer that logs elsewhere has changed it.

@@ -25,6 +25,8 @@ public:
     /// chunk of a long one is mostly made of large pages, which the system supplies as they are used.
     static constexpr std::streamoff firstChunkSize = 512;
     static constexpr std::streamoff longestChunkSize = 16 << 20;
+    static_assert((longestChunkSize & (longestChunkSize - 1)) == 0,
+                  "A layout wants powers of two.");
 
     MemoryBuffer();
     /// The first length of the layout must not be above firstChunkSize.

@@ -1,5 +1,6 @@
 #include <foundation/httpclient_core/PercentEncoder.h>
 
+#include "support/CountByte.h"
 #include "url/BuiltText.h"
 #include "url/PercentAlphabet.h"
 #include "url/PercentEncode.h"
@@ -42,7 +43,7 @@ std::string encoded(const PercentAlphabet& alphabet, const std::string& text) {
 
 // Encodes what stands between the spaces, each of which becomes `spaceText`.
 std::string encodedBetweenSpaces(std::string_view text, std::string_view spaceText) {
-    const auto spaces = static_cast<std::size_t>(std::count(text.begin(), text.end(), ' '));
+    const std::size_t spaces = support::countByte(text, ' ');
     const std::size_t escaped = countEscaped(spaceEscaped, text) - spaces;
     const std::size_t size = text.size() - spaces + (2 * escaped) + (spaces * spaceText.size());
     return writtenText(size, [&](char* out) {

@@ -133,6 +133,20 @@ TEST_P(ProxyAuthenticationTest, PromptsAsOftenAsConfigured) {
                               "store c:3 for proxy.test:3128", "re-send"}));
 }
 
+TEST_P(ProxyAuthenticationTest, AClientThatWasNeverConfiguredPromptsThreeTimes) {
+    ScriptedTransport fresh;
+    fresh.answerWith([](const Seen&) { return refusal(); });
+    const auto prompt = std::make_shared<FakePrompt>(
+        events, std::vector<ProxyCredentials>{{"a", "1"}, {"b", "2"}, {"c", "3"}, {"d", "4"}});
+    fresh.makePrompt = [prompt](const HttpResponse&, const std::exception_ptr&) { return prompt; };
+    HttpRequest request = getRequest();
+    request.setClientConfiguration(once());
+    EXPECT_EQ(run(fresh, std::move(request)).getResponseCode(),
+              HttpResponseCode::ProxyAuthenticationRequired);
+    EXPECT_EQ(events,
+              (Events{"prompt first 3 120000", "prompt again 2 120000", "prompt again 1 120000"}));
+}
+
 TEST_P(ProxyAuthenticationTest, NoPromptsConfiguredMeansOneMoreSend) {
     for (const int retries : {0, -1}) {
         client.setClientConfiguration(once().withProxyCredentialPromptNumRetries(retries));

@@ -8,11 +8,13 @@
 
 #include <array>
 #include <chrono>
+#include <cstddef>
 #include <exception>
 #include <new>
 #include <set>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <utility>
 
 namespace foundation::httpclient_core::testing {
@@ -286,6 +288,14 @@ Operations diagnosticsOperations() {
                [](std::string& t) {
                    coreChannel().log(SEVERITY_ERROR, [&t](std::ostream& os) { os << t; });
                    webSocketChannel().log(SEVERITY_ERROR, [&t](std::ostream& os) { os << t; });
+               }),
+        strong("records of every length", text,
+               [](std::string& t) {
+                   for (std::size_t size = 0; size < t.size(); ++size) {
+                       coreChannel().log(SEVERITY_ERROR, [&t, size](std::ostream& os) {
+                           os << std::string_view(t).substr(0, size);
+                       });
+                   }
                }),
     };
 }

@@ -1,9 +1,11 @@
 #include "headers/NameTable.h"
 #include "tests/headers/RandomRun.h"
+#include "tests/support/RandomRuns.h"
 
 #include <gtest/gtest.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
@@ -12,6 +14,7 @@ namespace foundation::httpclient_core {
 namespace {
 
 using testing::RandomRun;
+using testing::randomRuns;
 
 constexpr std::size_t slots = 16;
 
@@ -44,7 +47,7 @@ TEST(NameTableTest, IsNotInUseBeforeRoomIsMade) {
 }
 
 TEST(NameTableTest, CrowdedNamesAreFoundAfterEveryInsertionAndErasure) {
-    RandomRun random(100000);
+    RandomRun random(randomRuns(100000));
     SCOPED_TRACE(::testing::Message() << random);
     const std::vector<std::string> names = crowdedNames(slots / 2);
     std::vector<std::unique_ptr<StoredEntry>> entries(names.size());

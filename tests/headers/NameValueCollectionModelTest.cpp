@@ -2,6 +2,7 @@
 #include "tests/headers/RandomRun.h"
 #include "tests/headers/ReferenceCollection.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/RandomRuns.h"
 
 #include <foundation/httpclient_core/NameValueCollection.h>
 
@@ -10,6 +11,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <iostream>
 #include <iterator>
 #include <stdexcept>
@@ -21,6 +23,7 @@ namespace foundation::httpclient_core {
 namespace {
 
 using testing::RandomRun;
+using testing::randomRuns;
 using testing::ReferenceCollection;
 using testing::collection::manyNames;
 using testing::collection::ModelRun;
@@ -45,12 +48,12 @@ void runAgainstTheModel(RandomRun& random, const std::vector<std::string>& names
 }
 
 TEST(NameValueCollectionModelTest, RandomOperationsGiveTheResultsOfTheModel) {
-    RandomRun random(1000000);
+    RandomRun random(randomRuns(1000000));
     runAgainstTheModel(random, names());
 }
 
 TEST(NameValueCollectionModelTest, RandomOperationsOnManyNamesGiveTheResultsOfTheModel) {
-    RandomRun random(50000);
+    RandomRun random(randomRuns(50000));
     runAgainstTheModel(random, manyNames());
 }
 

@@ -110,6 +110,12 @@ TEST(HttpResponseTest, IsFilledByATransportAndReadByItsCaller) {
     EXPECT_EQ(response.getTransactionReport().redirectCount(), 1);
 }
 
+TEST(HttpResponseTest, StartsWithoutRedirectsForARequestToo) {
+    const HttpResponse response(HttpRequest(HttpMethod::GET, "http://h/", {}));
+    EXPECT_EQ(response.getTransactionReport().redirectCount(), 0);
+    EXPECT_EQ(response.getTransactionReport().effectiveURL(), URL(""));
+}
+
 TEST(HttpResponseTest, StartsAsNotMade) {
     const HttpResponse response;
     EXPECT_EQ(response.getResponseCode(), HttpResponseCode{-1});

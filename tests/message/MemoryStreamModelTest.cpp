@@ -1,6 +1,7 @@
 #include "message/MemoryStream.h"
 #include "support/Streams.h"
 #include "tests/headers/RandomRun.h"
+#include "tests/support/RandomRuns.h"
 
 #include <gtest/gtest.h>
 
@@ -19,6 +20,7 @@ namespace foundation::httpclient_core {
 namespace {
 
 using testing::RandomRun;
+using testing::randomRuns;
 
 const std::string alphabet = "abc \n\xFF";
 
@@ -259,7 +261,7 @@ private:
 };
 
 TEST(MemoryStreamModelTest, RandomOperationsGiveTheResultsOfAStringStream) {
-    RandomRun random(1'000'000);
+    RandomRun random(randomRuns(1'000'000));
     std::cout << random << "\n";
     ModelRun run(random);
     for (std::uint64_t operation = 0; operation < random.operations(); ++operation) {

@@ -1,3 +1,4 @@
+#include "tests/support/RandomRuns.h"
 #include "tests/url/RandomTexts.h"
 #include "url/PercentBlocks.h"
 #include "url/PercentDecode.h"
@@ -7,6 +8,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -16,6 +18,7 @@
 namespace foundation::httpclient_core {
 namespace {
 
+using testing::randomRuns;
 using testing::RandomTexts;
 
 struct NamedAlphabet {
@@ -133,7 +136,7 @@ TEST(PercentBlocksTest, RandomTexts) {
     RandomTexts prose("aeinorst  ,.\"");
     RandomTexts escapes("%%%4aF+");
     SCOPED_TRACE(plain);
-    for (int run = 0; run < 30'000; ++run) {
+    for (std::uint64_t run = 0; run < randomRuns(30'000); ++run) {
         RandomTexts& texts = run % 3 == 0 ? plain : run % 3 == 1 ? prose : escapes;
         const std::string text = texts.next(400);
         ASSERT_TRUE(encodesAsTheTable(text)) << plain << ", run " << run;

@@ -1,8 +1,11 @@
+#include "tests/support/RandomRuns.h"
 #include "tests/url/RandomTexts.h"
 #include "url/PercentDecode.h"
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <cstdint>
 #include <ostream>
 #include <string>
 #include <string_view>
@@ -10,11 +13,33 @@
 namespace foundation::httpclient_core {
 namespace {
 
+using testing::randomRuns;
 using testing::RandomTexts;
 using namespace std::string_view_literals;
 
 TEST(PercentDecodeTest, DecodesAQueryValue) {
     EXPECT_EQ(percentDecode("a+b%2Fc"), "a b/c");
+}
+
+TEST(PercentDecodeTest, DoesNotLookBehindTheEndOfTheText) {
+    for (const std::string_view text : {"%41"sv, "a%41"sv, "%%41"sv}) {
+        for (std::size_t size = text.size() - 2; size < text.size(); ++size) {
+            const std::string_view cutOff = text.substr(0, size);
+            EXPECT_EQ(percentDecode(cutOff), cutOff);
+        }
+    }
+}
+
+// Long texts are read in blocks.
+TEST(PercentDecodeTest, DecodesEveryByteInALongText) {
+    const std::string filling(200, 'x');
+    for (int byte = 0; byte < 256; ++byte) {
+        constexpr std::string_view digits = "0123456789abcdef";
+        const std::string escape = {'%', digits[static_cast<std::size_t>(byte) / 16],
+                                    digits[static_cast<std::size_t>(byte) % 16]};
+        EXPECT_EQ(percentDecode(filling + escape + filling),
+                  filling + static_cast<char>(byte) + filling);
+    }
 }
 
 struct Row {
@@ -97,7 +122,7 @@ TEST(PercentDecodeTest, AgreesWithThePlainDecoding) {
     RandomTexts texts("%%%%+04aAfFgG");
     SCOPED_TRACE(texts);
     RecordProperty("seed", static_cast<int>(texts.seed()));
-    for (int run = 0; run < 100'000; ++run) {
+    for (std::uint64_t run = 0; run < randomRuns(100'000); ++run) {
         const std::string text = texts.next(16);
         ASSERT_EQ(percentDecode(text), decodePlainly(text))
             << texts << ", run " << run << ", text \"" << text << '"';

@@ -1,3 +1,4 @@
+#include "tests/support/RandomRuns.h"
 #include "tests/url/RandomTexts.h"
 #include "url/PercentDecode.h"
 
@@ -6,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <ostream>
 #include <string>
 #include <string_view>
@@ -14,6 +16,7 @@
 namespace foundation::httpclient_core {
 namespace {
 
+using testing::randomRuns;
 using testing::RandomTexts;
 
 TEST(PercentEncoderTest, EncodesAsACallerWouldUseIt) {
@@ -110,7 +113,7 @@ TEST(PercentEncoderTest, AgreesWithThePlainEncodingAndDecodesToItsInput) {
     RecordProperty("seed", static_cast<int>(texts.seed()));
     const PercentEncoder query("%20");
     const PercentEncoder form("+");
-    for (int run = 0; run < 100'000; ++run) {
+    for (std::uint64_t run = 0; run < randomRuns(100'000); ++run) {
         const std::string text = texts.next(12);
         const std::string encoded = query(text);
         ASSERT_EQ(encoded, encodePlainly(text, "%20")) << texts << ", run " << run;
@@ -125,7 +128,7 @@ TEST(PercentEncoderTest, AgreesWithThePlainEncodingOfLongTextsForAnySpaceText) {
     SCOPED_TRACE(texts);
     const std::vector<std::string> spaceTexts = {
         "%20", "+", "", "-", "<space>", "a space text that needs memory of its own"};
-    for (int run = 0; run < 20'000; ++run) {
+    for (std::uint64_t run = 0; run < randomRuns(20'000); ++run) {
         const std::string& spaceText = spaceTexts[texts.below(spaceTexts.size())];
         const std::string text = texts.next(200);
         ASSERT_EQ(PercentEncoder(spaceText)(text), encodePlainly(text, spaceText))

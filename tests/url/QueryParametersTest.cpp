@@ -1,4 +1,5 @@
 #include "tests/support/LogCapture.h"
+#include "tests/support/RandomRuns.h"
 #include "tests/support/ThrowsExactly.h"
 #include "tests/url/PlainQuery.h"
 #include "tests/url/RandomTexts.h"
@@ -9,6 +10,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <iomanip>
 #include <ostream>
 #include <sstream>
@@ -26,6 +28,7 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using testing::LogCapture;
 using testing::PlainQuery;
+using testing::randomRuns;
 using testing::RandomTexts;
 using testing::throwsExactly;
 
@@ -332,7 +335,7 @@ TEST(QueryParametersTest, AgreesWithThePlainModel) {
     RandomTexts texts("&&&===??%%++4aA#");
     SCOPED_TRACE(texts);
     RecordProperty("seed", static_cast<int>(texts.seed()));
-    for (int run = 0; run < 100'000; ++run) {
+    for (std::uint64_t run = 0; run < randomRuns(100'000); ++run) {
         const std::string text = texts.next(12);
         PlainQuery model(text);
         QueryParameters query(text);
@@ -354,6 +357,26 @@ TEST(QueryParametersTest, AgreesWithThePlainModel) {
                 << texts << ", run " << run << ", \"" << text << '"';
             ASSERT_EQ(again.toString(), printed)
                 << texts << ", run " << run << ", \"" << text << '"';
+        }
+    }
+}
+
+TEST(QueryParametersTest, PrintsLongKeysAndLongValuesThatAreEscaped) {
+    // Around the size up to which no room is measured, and with one part much longer than the other.
+    for (const std::size_t keySize : {1U, 100U, 600U, 2000U}) {
+        for (const std::size_t valueSize : {0U, 1U, 90U, 580U, 1900U}) {
+            QueryParameters query;
+            query.addQueryParameter(std::string(keySize, ','), std::string(valueSize, ','));
+            query.addQueryParameter("b", "2");
+            std::string expected = "?";
+            for (std::size_t i = 0; i < keySize; ++i) {
+                expected += "%2C";
+            }
+            expected += valueSize != 0 ? "=" : "";
+            for (std::size_t i = 0; i < valueSize; ++i) {
+                expected += "%2C";
+            }
+            EXPECT_EQ(query.toString(), expected + "&b=2");
         }
     }
 }
@@ -383,7 +406,7 @@ TEST(QueryParametersTest, AgreesWithThePlainModelThroughRandomOperations) {
     RecordProperty("seed", static_cast<int>(texts.seed()));
     std::vector<QueryParameters> queries(3);
     std::vector<PlainQuery> models(3, PlainQuery(""));
-    for (int run = 0; run < 200'000; ++run) {
+    for (std::uint64_t run = 0; run < randomRuns(200'000); ++run) {
         const std::size_t i = texts.below(queries.size());
         const std::size_t other = texts.below(queries.size());
         switch (texts.below(8)) {

@@ -1,4 +1,5 @@
 #include "tests/support/LogCapture.h"
+#include "tests/support/RandomRuns.h"
 #include "tests/support/ThrowsExactly.h"
 #include "tests/url/PlainURL.h"
 #include "tests/url/RandomTexts.h"
@@ -27,6 +28,7 @@ using ::testing::IsEmpty;
 using testing::LogCapture;
 using testing::outcome;
 using testing::PlainURL;
+using testing::randomRuns;
 using testing::RandomTexts;
 using testing::throwsExactly;
 
@@ -279,7 +281,7 @@ TEST(URLTest, AgreesWithThePlainModelAndPrintingIsStable) {
     RecordProperty("seed", static_cast<int>(texts.seed()));
     int failures = 0;
     int stable = 0;
-    for (int run = 0; run < 100'000; ++run) {
+    for (std::uint64_t run = 0; run < randomRuns(100'000); ++run) {
         std::string text = texts.next(14);
         // Often a complete start, so that ports and queries occur as well as bare marks.
         switch (texts.below(4)) {
@@ -354,7 +356,7 @@ TEST(URLTest, AgreesWithThePlainModelThroughRandomOperations) {
     std::vector<URL> urls(3, URL(""));
     std::vector<ModelURL> models(3, ModelURL(""));
     int equal = 0;
-    for (int run = 0; run < 200'000; ++run) {
+    for (std::uint64_t run = 0; run < randomRuns(200'000); ++run) {
         const std::size_t i = texts.below(urls.size());
         const std::size_t other = texts.below(urls.size());
         // Short and long ones, so that the text of the URL moves; often empty.

@@ -151,6 +151,14 @@ TEST(CommandLineTest, NamesTheOptionThatThereIsNot) {
     EXPECT_TRUE(testing::failsWith(
         ExitCode::Usage, "--parallel: takes a number, 1 to 64 (see httpclient --help)",
         [] { parseCommandLine({"get", "http://h/", "--parallel", "x"}); }));
+    EXPECT_TRUE(testing::failsWith(ExitCode::Usage, "there is no option -Z (see httpclient --help)",
+                                   [] { parseCommandLine({"get", "http://h/", "-Zvalue"}); }));
+}
+
+TEST(CommandLineTest, TakesEveryNameThatAHeaderMayHave) {
+    const std::string name = "AZaz09!#$%&'*+-.^_`|~";
+    const RequestOptions options = parseGet({"get", "http://h/", "-H", name + ": a\tb"});
+    EXPECT_EQ(options.headers, (std::vector<std::pair<std::string, std::string>>{{name, "a\tb"}}));
 }
 
 TEST(CommandLineTest, HelpKnowsThatHeadNeedsNoFiles) {
@@ -221,6 +229,8 @@ INSTANTIATE_TEST_SUITE_P(
         Row{"HeaderWithoutColon", {"get", "http://h/", "-H", "secret"}},
         Row{"HeaderWithoutName", {"get", "http://h/", "-H", ": secret"}},
         Row{"HeaderNameWithBlank", {"get", "http://h/", "-H", "a b: secret"}},
+        Row{"HeaderNameWithControl", {"get", "http://h/", "-H", "a\x7F: secret"}},
+        Row{"HeaderWithDelete", {"get", "http://h/", "-H", "A: secret\x7F"}},
         Row{"HeaderWithLineEnd", {"get", "http://h/", "-H", "A: 1\r\nB: secret"}},
         Row{"NoParallel", {"get", "http://h/", "--parallel", "0"}},
         Row{"TooParallel", {"get", "http://h/", "--parallel", "65"}},

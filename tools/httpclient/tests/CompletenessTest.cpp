@@ -72,5 +72,26 @@ INSTANTIATE_TEST_SUITE_P(
         Row{"SlashBeforeDash", 206, range("bytes 5/9-10"), 10, onlyPart}),
     [](const auto& row) { return row.param.label; });
 
+class IncompletePartTableTest : public ::testing::TestWithParam<Row> {};
+
+TEST_P(IncompletePartTableTest, Judges) {
+    HttpResponse response;
+    response.setResponseCode(HttpResponseCode{GetParam().code});
+    response.setHeaders(GetParam().headers);
+    EXPECT_EQ(whyIncompletePart(response, GetParam().size), GetParam().expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Table,
+    IncompletePartTableTest,
+    ::testing::Values(
+        Row{"Part", 206, range("bytes 5-9/10"), 5, std::nullopt},
+        Row{"CutShort", 206, range("bytes 5-9/10"), 4, "received 4 of 5 bytes"},
+        Row{"RestAfterWhatIsHeld", 206, range("bytes 7-9/10"), 5, std::nullopt},
+        Row{"ServerThatKnowsNoRanges", 200, {{"Content-Length", "10"}}, 10, std::nullopt},
+        Row{"TheWholeCutShort", 200, {{"Content-Length", "10"}}, 9, "received 9 of 10 bytes"},
+        Row{"SeveralRanges", 206, {{"Content-Length", "300"}}, 300, std::nullopt}),
+    [](const auto& row) { return row.param.label; });
+
 }  // namespace
 }  // namespace foundation::httpclient_tool

@@ -53,7 +53,15 @@ TEST(FailureTextTest, AdvisesWhatHelps) {
     EXPECT_EQ(advice(answered(429), post), later);
     EXPECT_EQ(advice(failed("GET http://h/f: reset (libcurl 56)"), post), later);
     EXPECT_EQ(advice(answered(501), get), "the server cannot do that; check the request");
+    EXPECT_EQ(advice(answered(505), get), "the server cannot do that; check the request");
+    EXPECT_EQ(advice(answered(510), get), "the server cannot do that; check the request");
     EXPECT_EQ(advice(answered(511), get), "log in to the network first");
+    EXPECT_EQ(advice(answered(404), get), "check the URL");
+    EXPECT_EQ(advice(answered(408), post), later);
+    EXPECT_EQ(advice(failed("GET http://h/f: unsupported (libcurl 1)"), get), "check the URL");
+    EXPECT_EQ(advice(failed("GET http://h/f: malformed (libcurl 3)"), get), "check the URL");
+    EXPECT_EQ(advice(failed("GET http://h/f: no such proxy (libcurl 5)"), get),
+              "check the proxy's host name");
     EXPECT_EQ(advice(answered(304), get),
               "to get it all the same, leave out If-None-Match and If-Modified-Since");
     EXPECT_EQ(advice(answered(301), get), "it names no other URL; check the URL");

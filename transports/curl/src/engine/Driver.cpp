@@ -65,9 +65,10 @@ const std::vector<Exchange*>& Driver::turn() {
     }
     const Exchange::Clock::time_point now = Exchange::Clock::now();
     // From the back: what ends leaves the list.
-    for (std::size_t i = active_.size(); i-- > 0;) {
-        if (active_[i]->mustStop(now)) {
-            end(*active_[i], CURLE_ABORTED_BY_CALLBACK);
+    for (std::size_t i = active_.size(); i > 0; --i) {
+        Exchange& exchange = *active_[i - 1];
+        if (exchange.mustStop(now)) {
+            end(exchange, CURLE_ABORTED_BY_CALLBACK);
         }
     }
     taken_.swap(ended_);

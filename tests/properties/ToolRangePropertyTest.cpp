@@ -1,0 +1,14 @@
+#include "entity/ContentRange.h"
+#include "tests/properties/PlainRange.h"
+
+#include <gtest/gtest.h>
+
+namespace foundation::httpclient_tool {
+namespace {
+
+TEST(ToolRangePropertyTest, ContentRangeIsReadAsByThePlainReading) {
+    httpclient_core::testing::expectThePlainReadingOfContentRanges(ContentRange::parse);
+}
+
+}  // namespace
+}  // namespace foundation::httpclient_tool
