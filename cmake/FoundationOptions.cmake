@@ -13,6 +13,9 @@ if(FOUNDATION_SANITIZE)
     add_compile_options(-fsanitize=${FOUNDATION_SANITIZE} -fno-omit-frame-pointer
                         -fno-sanitize-recover=all)
     add_link_options(-fsanitize=${FOUNDATION_SANITIZE})
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+        add_compile_options(-fsanitize-ignorelist=${PROJECT_SOURCE_DIR}/cmake/wrapping-arithmetic.txt)
+    endif()
 else()
     # A sanitizer's runtime is resolved at run time with clang, so the check is for plain builds only.
     set(FOUNDATION_NO_UNDEFINED "-Wl,--no-undefined")
@@ -21,6 +24,11 @@ endif()
 if(FOUNDATION_BUILD_FUZZERS)
     # The fuzzer sees which branches are taken in what is compiled so. Its main() is linked to the targets only.
     add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
+if(FOUNDATION_DEBUG_CONTAINERS)
+    # Global on purpose: these containers have other layouts than those of programs without it.
+    add_compile_definitions(_GLIBCXX_DEBUG)
 endif()
 
 if(FOUNDATION_COVERAGE)
