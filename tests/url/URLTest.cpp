@@ -279,9 +279,10 @@ TEST(URLTest, AgreesWithThePlainModelAndPrintingIsStable) {
     RandomTexts texts(":://///??##&=%x19");
     SCOPED_TRACE(texts);
     RecordProperty("seed", static_cast<int>(texts.seed()));
-    int failures = 0;
-    int stable = 0;
-    for (std::uint64_t run = 0; run < randomRuns(100'000); ++run) {
+    const std::uint64_t runs = randomRuns(100'000);
+    std::uint64_t failures = 0;
+    std::uint64_t stable = 0;
+    for (std::uint64_t run = 0; run < runs; ++run) {
         std::string text = texts.next(14);
         // Often a complete start, so that ports and queries occur as well as bare marks.
         switch (texts.below(4)) {
@@ -308,8 +309,8 @@ TEST(URLTest, AgreesWithThePlainModelAndPrintingIsStable) {
             ++stable;
         }
     }
-    EXPECT_GT(failures, 1000);
-    EXPECT_GT(stable, 30'000);
+    EXPECT_GT(failures, runs / 100);
+    EXPECT_GT(stable, runs / 10 * 3);
 }
 
 using Pairs = std::vector<std::pair<std::string, std::string>>;
