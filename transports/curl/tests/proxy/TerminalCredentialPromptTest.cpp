@@ -46,7 +46,10 @@ public:
         if (pid_ == 0) {
             ::close(terminal_);
             ::login_tty(line);
-            ::signal(SIGINT, SIG_DFL);
+            // As from a shell: what started the tests may ignore some of them.
+            for (const int number : {SIGHUP, SIGINT, SIGQUIT, SIGTERM}) {
+                ::signal(number, SIG_DFL);
+            }
             prepare();
             const std::string text = answerText(failedBefore, 2, timeoutMs);
             const ssize_t written = ::write(ends[1], text.data(), text.size());
@@ -332,12 +335,10 @@ TEST(TerminalCredentialPromptTest, EndsWhenItIsToldToStop) {
 
 TEST(TerminalCredentialPromptTest, ATerminalThatIsGoneDeclines) {
     // Its end sends SIGHUP, which would end the process before it can tell.
-    ::signal(SIGHUP, SIG_IGN);
-    Session session;
+    Session session(20000, false, [] { ::signal(SIGHUP, SIG_IGN); });
     session.waitFor(namePrompt);
     session.hangUp();
     EXPECT_EQ(session.result(), "declined");
-    ::signal(SIGHUP, SIG_DFL);
 }
 
 // Runs in a process without a terminal, or in the background of one.
