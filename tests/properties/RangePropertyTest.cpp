@@ -1,6 +1,6 @@
 #include "resume/ResumeMark.h"
 #include "retry/HttpDate.h"
-#include "tests/properties/PlainRange.h"
+#include "tests/properties/ContentRangeProperty.h"
 #include "tests/properties/Property.h"
 
 #include <foundation/httpclient_core/HttpRequest.h>

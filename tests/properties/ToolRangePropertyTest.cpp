@@ -1,5 +1,5 @@
 #include "entity/ContentRange.h"
-#include "tests/properties/PlainRange.h"
+#include "tests/properties/ContentRangeProperty.h"
 
 #include <gtest/gtest.h>
 
