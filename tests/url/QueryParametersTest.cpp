@@ -362,21 +362,21 @@ TEST(QueryParametersTest, AgreesWithThePlainModel) {
 }
 
 TEST(QueryParametersTest, PrintsLongKeysAndLongValuesThatAreEscaped) {
+    const auto escapedCommas = [](std::size_t count) {
+        std::string text;
+        for (std::size_t i = 0; i < count; ++i) {
+            text += "%2C";
+        }
+        return text;
+    };
     // Around the size up to which no room is measured, and with one part much longer than the other.
     for (const std::size_t keySize : {1U, 100U, 600U, 2000U}) {
         for (const std::size_t valueSize : {0U, 1U, 90U, 580U, 1900U}) {
             QueryParameters query;
             query.addQueryParameter(std::string(keySize, ','), std::string(valueSize, ','));
             query.addQueryParameter("b", "2");
-            std::string expected = "?";
-            for (std::size_t i = 0; i < keySize; ++i) {
-                expected += "%2C";
-            }
-            expected += valueSize != 0 ? "=" : "";
-            for (std::size_t i = 0; i < valueSize; ++i) {
-                expected += "%2C";
-            }
-            EXPECT_EQ(query.toString(), expected + "&b=2");
+            EXPECT_EQ(query.toString(), "?" + escapedCommas(keySize) + (valueSize != 0 ? "=" : "") +
+                                            escapedCommas(valueSize) + "&b=2");
         }
     }
 }
