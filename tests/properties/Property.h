@@ -1,4 +1,6 @@
 #pragma once
+#include "tests/support/RandomRuns.h"
+
 #include <gtest/gtest.h>
 
 #include <cstddef>
@@ -73,21 +75,16 @@ inline std::uint64_t propertySeed() {
     return seed;
 }
 
-#ifndef FOUNDATION_PROPERTY_CASES
-#define FOUNDATION_PROPERTY_CASES 10000
-#endif
-
-/// Runs the property, a callable that takes a CaseRandom and asserts, over 10000 cases (with sanitizers 1000) and stops at the first
-/// that fails, with how to repeat it: FOUNDATION_SEED, and FOUNDATION_CASE for that case alone.
-/// FOUNDATION_CASES sets another number of cases.
+/// Runs the property, a callable that takes a CaseRandom and asserts, over randomRuns(10000) cases and stops at the first that
+/// fails, with how to repeat it: FOUNDATION_SEED, and FOUNDATION_CASE for that case alone. FOUNDATION_CASES sets another number
+/// of cases.
 template <class Property>
 void forAllCases(const Property& property) {
     const std::uint64_t seed = propertySeed();
     const std::uint64_t first = fromEnvironment("FOUNDATION_CASE", 0);
-    const std::uint64_t count =
-        std::getenv("FOUNDATION_CASE") != nullptr
-            ? 1
-            : fromEnvironment("FOUNDATION_CASES", FOUNDATION_PROPERTY_CASES);
+    const std::uint64_t count = std::getenv("FOUNDATION_CASE") != nullptr
+                                    ? 1
+                                    : fromEnvironment("FOUNDATION_CASES", randomRuns(10000));
     ::testing::Test::RecordProperty("seed", std::to_string(seed));
     for (std::uint64_t number = first; number < first + count; ++number) {
         CaseRandom random(seed, number);
