@@ -1,26 +1,11 @@
 #include "tests/support/LoopbackServer.h"
 
 #include <algorithm>
-#include <arpa/inet.h>
-#include <array>
-#include <cerrno>
 #include <charconv>
-#include <cstring>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
-#include <poll.h>
 #include <strings.h>
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <system_error>
-#include <unistd.h>
 
 namespace foundation::httpclient_core::testing {
 namespace {
-
-[[noreturn]] void throwSystemError(const char* what) {
-    throw std::system_error(errno, std::generic_category(), what);
-}
 
 bool sameName(std::string_view a, std::string_view b) {
     return a.size() == b.size() && ::strncasecmp(a.data(), b.data(), a.size()) == 0;
@@ -69,26 +54,6 @@ std::vector<std::string> ReceivedRequest::headersNamed(std::string_view name) co
     return values;
 }
 
-Connection::Connection(int socket, int number) : socket_(socket), number_(number) {}
-
-Connection::~Connection() {
-    close();
-}
-
-bool Connection::send(std::string_view bytes) {
-    while (!bytes.empty()) {
-        const ssize_t sent = ::send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
-        if (sent < 0 && errno == EINTR) {
-            continue;
-        }
-        if (sent <= 0) {
-            return false;
-        }
-        bytes.remove_prefix(static_cast<std::size_t>(sent));
-    }
-    return socket_ >= 0;
-}
-
 bool Connection::sendResponse(int status,
                               std::string_view reason,
                               const HeaderList& headers,
@@ -109,69 +74,10 @@ bool Connection::sendResponse(int status,
     return send(bytes);
 }
 
-void Connection::close() {
-    const std::lock_guard lock(mutex_);
-    if (socket_ >= 0) {
-        // Read what is there first: closing with unread input would send a reset instead.
-        std::array<char, 4096> rest{};
-        while (::recv(socket_, rest.data(), rest.size(), MSG_DONTWAIT) > 0) {
-        }
-        ::close(socket_);
-        socket_ = -1;
-    }
-}
-
-void Connection::reset() {
-    const std::lock_guard lock(mutex_);
-    if (socket_ >= 0) {
-        const linger abort{1, 0};
-        ::setsockopt(socket_, SOL_SOCKET, SO_LINGER, &abort, sizeof abort);
-        ::close(socket_);
-        socket_ = -1;
-    }
-}
-
-bool Connection::pause(std::chrono::milliseconds time) {
-    const auto end = std::chrono::steady_clock::now() + time;
-    for (;;) {
-        const auto left =
-            std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
-        if (left <= std::chrono::milliseconds::zero()) {
-            return true;
-        }
-        pollfd watched{socket_, POLLRDHUP, 0};
-        if (socket_ < 0 || ::poll(&watched, 1, static_cast<int>(left.count())) > 0) {
-            return false;
-        }
-    }
-}
-
-void Connection::waitForPeerToClose() {
-    pollfd watched{socket_, POLLRDHUP, 0};
-    while (socket_ >= 0 && ::poll(&watched, 1, -1) < 0 && errno == EINTR) {
-    }
-}
-
-void Connection::shutDown() {
-    const std::lock_guard lock(mutex_);
-    if (socket_ >= 0) {
-        ::shutdown(socket_, SHUT_RDWR);
-    }
-}
-
 bool Connection::readMore() {
-    std::array<char, 16384> chunk{};
-    for (;;) {
-        const ssize_t got = ::recv(socket_, chunk.data(), chunk.size(), 0);
-        if (got < 0 && errno == EINTR) {
-            continue;
-        }
-        if (got <= 0) {
-            return false;
-        }
-        input_.append(chunk.data(), static_cast<std::size_t>(got));
-        return true;
-    }
+    const std::string more = socket_.receive();
+    input_ += more;
+    return !more.empty();
 }
 
 bool Connection::readLine(std::string& line) {
@@ -255,65 +161,16 @@ bool Connection::readRequest(ReceivedRequest& request) {
     return readExactly(toNumber(request.header("Content-Length"), 10), request.body);
 }
 
-LoopbackServer::LoopbackServer(Handler handler) : handler_(std::move(handler)) {
-    const int socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof address;
-    auto* generic = reinterpret_cast<sockaddr*>(&address);
-    if (socket < 0 || ::bind(socket, generic, size) != 0 ||
-        ::getsockname(socket, generic, &size) != 0) {
-        throwSystemError("bind");
-    }
-    port_ = ntohs(address.sin_port);
-    listenOn(socket);
-}
+LoopbackServer::LoopbackServer(Handler handler)
+    : handler_(std::move(handler)),
+      peer_([this](RawSocket& socket, int number) { serve(socket, number); }) {}
 
 LoopbackServer::LoopbackServer(Handler handler, const std::filesystem::path& path)
-    : handler_(std::move(handler)), path_(path) {
-    const int socket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    path.native().copy(address.sun_path, sizeof address.sun_path - 1);
-    if (socket < 0 ||
-        ::bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
-        throwSystemError("bind");
-    }
-    listenOn(socket);
-}
-
-void LoopbackServer::listenOn(int socket) {
-    listener_ = socket;
-    if (::listen(listener_, SOMAXCONN) != 0) {
-        throwSystemError("listen");
-    }
-    acceptor_ = std::thread([this] { acceptAll(); });
-}
-
-LoopbackServer::~LoopbackServer() {
-    {
-        const std::lock_guard lock(mutex_);
-        stopping_ = true;
-    }
-    // Wakes the acceptor; from then on no connection is added.
-    ::shutdown(listener_, SHUT_RDWR);
-    acceptor_.join();
-    ::close(listener_);
-    for (const auto& connection : connections_) {
-        connection->shutDown();
-    }
-    for (std::thread& thread : threads_) {
-        thread.join();
-    }
-    if (!path_.empty()) {
-        std::error_code ignored;
-        std::filesystem::remove(path_, ignored);
-    }
-}
+    : handler_(std::move(handler)),
+      peer_([this](RawSocket& socket, int number) { serve(socket, number); }, path) {}
 
 std::string LoopbackServer::url(std::string_view path) const {
-    std::string text = "http://127.0.0.1:" + std::to_string(port_);
+    std::string text = "http://127.0.0.1:" + std::to_string(port());
     text += path;
     return text;
 }
@@ -328,34 +185,8 @@ int LoopbackServer::requestCount() const {
     return static_cast<int>(requests_.size());
 }
 
-int LoopbackServer::connectionCount() const {
-    const std::lock_guard lock(mutex_);
-    return static_cast<int>(connections_.size());
-}
-
-void LoopbackServer::acceptAll() {
-    for (;;) {
-        const int socket = ::accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
-        if (socket < 0 && (errno == EINTR || errno == ECONNABORTED)) {
-            continue;
-        }
-        const std::lock_guard lock(mutex_);
-        if (socket < 0 || stopping_) {
-            if (socket >= 0) {
-                ::close(socket);
-            }
-            return;
-        }
-        const int on = 1;
-        ::setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-        connections_.push_back(
-            std::make_unique<Connection>(socket, static_cast<int>(connections_.size())));
-        threads_.emplace_back(
-            [this, connection = connections_.back().get()] { serve(*connection); });
-    }
-}
-
-void LoopbackServer::serve(Connection& connection) {
+void LoopbackServer::serve(RawSocket& socket, int number) {
+    Connection connection(socket, number);
     for (;;) {
         ReceivedRequest request;
         if (!connection.readRequest(request)) {
@@ -368,7 +199,6 @@ void LoopbackServer::serve(Connection& connection) {
         }
         handler_(request, connection);
     }
-    connection.close();
 }
 
 }  // namespace foundation::httpclient_core::testing

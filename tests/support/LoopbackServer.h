@@ -1,14 +1,13 @@
 #pragma once
+#include "tests/support/RawPeer.h"
+
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
-#include <list>
-#include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -34,16 +33,15 @@ struct ReceivedRequest {
 };
 
 /// The server's end of one connection, for the handler to answer through. Bytes for a peer that is gone
-/// vanish without a sign. Used on the thread of its connection only, except where said.
+/// vanish without a sign. Used on the thread of its connection only.
 class Connection {
 public:
-    Connection(int socket, int number);
+    Connection(RawSocket& socket, int number) : socket_(socket), number_(number) {}
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
-    ~Connection();
 
     /// Sends the bytes as they are. False once the peer is gone.
-    bool send(std::string_view bytes);
+    bool send(std::string_view bytes) { return socket_.send(bytes); }
     /// Sends a whole response. Content-Length is added unless the headers frame the body themselves;
     /// the body is left out in answer to HEAD.
     bool sendResponse(int status,
@@ -51,16 +49,13 @@ public:
                       const HeaderList& headers = {},
                       std::string_view body = {});
     /// Ends the connection in order: the peer reads an end of stream after the bytes sent so far.
-    void close();
+    void close() { socket_.close(); }
     /// Ends the connection with a reset; bytes that the peer has not read yet may be lost.
-    void reset();
+    void reset() { socket_.reset(); }
     /// Waits until the peer closes, the server stops or the time is over. True when the time is over.
-    bool pause(std::chrono::milliseconds time);
+    bool pause(std::chrono::milliseconds time) { return socket_.pause(time); }
     /// Waits until the peer closes or the server stops.
-    void waitForPeerToClose();
-
-    /// Wakes every read and wait on this connection. From any thread.
-    void shutDown();
+    void waitForPeerToClose() { socket_.waitForPeerToClose(); }
 
 private:
     friend class LoopbackServer;
@@ -70,8 +65,7 @@ private:
     bool readChunked(std::string& body);
     bool readRequest(ReceivedRequest& request);
 
-    std::mutex mutex_;  ///< Guards the closing of the socket against shutDown().
-    int socket_;
+    RawSocket& socket_;
     int number_;
     std::string input_;
     std::string method_;  ///< Of the request being answered.
@@ -91,31 +85,22 @@ public:
     LoopbackServer(Handler handler, const std::filesystem::path& path);
     LoopbackServer(const LoopbackServer&) = delete;
     LoopbackServer& operator=(const LoopbackServer&) = delete;
-    ~LoopbackServer();
 
-    std::uint16_t port() const noexcept { return port_; }
+    std::uint16_t port() const noexcept { return peer_.port(); }
     /// "http://127.0.0.1:PORT" and the path.
     std::string url(std::string_view path = "/") const;
     /// The requests read so far, in order. From any thread.
     std::vector<ReceivedRequest> requests() const;
     int requestCount() const;
-    int connectionCount() const;
+    int connectionCount() const { return peer_.connectionCount(); }
 
 private:
-    void listenOn(int socket);
-    void acceptAll();
-    void serve(Connection& connection);
+    void serve(RawSocket& socket, int number);
 
     Handler handler_;
-    int listener_ = -1;
-    std::uint16_t port_ = 0;
-    std::filesystem::path path_;
     mutable std::mutex mutex_;  ///< Guards what follows.
-    bool stopping_ = false;
-    std::list<std::unique_ptr<Connection>> connections_;
-    std::vector<std::thread> threads_;
     std::vector<ReceivedRequest> requests_;
-    std::thread acceptor_;
+    RawPeer peer_;  // Last: its threads use the rest.
 };
 
 }  // namespace foundation::httpclient_core::testing

@@ -1,4 +1,4 @@
-#include "tests/faults/matrix/RawPeer.h"
+#include "tests/support/RawPeer.h"
 #include "tests/faults/matrix/Wire.h"
 
 #include <atomic>

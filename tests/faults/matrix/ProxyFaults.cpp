@@ -1,5 +1,5 @@
 #include "tests/faults/matrix/Families.h"
-#include "tests/faults/matrix/RawPeer.h"
+#include "tests/support/RawPeer.h"
 #include "tests/faults/matrix/Wire.h"
 
 namespace foundation::httpclient_curl::testing {

@@ -163,9 +163,8 @@ Family tlsPeers() {
                                   tlsHandler(other.issue("IP:127.0.0.1"), well)));
     family.cases.push_back(served("signed by itself", Wanted::Failure,
                                   tlsHandler({other.file(), other.keyFile()}, well)));
-    family.cases.push_back(served("the authority's own", Wanted::Either,
+    family.cases.push_back(served("the authority's own, which is for no host", Wanted::Failure,
                                   tlsHandler({authority.file(), authority.keyFile()}, well)));
-    family.cases.back().wanted = Wanted::Failure;  // It is for no host.
     for (const std::string& bytes :
          {std::string("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nHello"), std::string("x"),
           std::string(), std::string(1000, '\0'), std::string(100000, '\xff'),

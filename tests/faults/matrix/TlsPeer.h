@@ -1,6 +1,6 @@
 #pragma once
 #include "servers/CertificateAuthority.h"
-#include "tests/faults/matrix/RawPeer.h"
+#include "tests/support/RawPeer.h"
 #include "tests/faults/matrix/Wire.h"
 
 #include <limits>

@@ -26,6 +26,8 @@ using namespace httpclient_core;
 using httpclient_core::testing::Connection;
 using httpclient_core::testing::HeaderList;
 using httpclient_core::testing::LoopbackServer;
+using httpclient_core::testing::RawPeer;
+using httpclient_core::testing::RawSocket;
 using httpclient_core::testing::ReceivedRequest;
 using Access = httpclient_core::detail::ClientConfigurationAccess;
 

@@ -1,4 +1,4 @@
-#include "tests/faults/matrix/RawPeer.h"
+#include "tests/support/RawPeer.h"
 
 #include <arpa/inet.h>
 #include <array>
@@ -6,12 +6,22 @@
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
-#include <stdexcept>
 #include <sys/socket.h>
+#include <sys/un.h>
+#include <system_error>
 #include <unistd.h>
 #include <utility>
 
-namespace foundation::httpclient_curl::testing {
+namespace foundation::httpclient_core::testing {
+namespace {
+
+void require(bool success, const char* what) {
+    if (!success) {
+        throw std::system_error(errno, std::generic_category(), what);
+    }
+}
+
+}  // namespace
 
 RawSocket::~RawSocket() {
     close();
@@ -78,6 +88,21 @@ void RawSocket::reset() {
     }
 }
 
+bool RawSocket::pause(std::chrono::milliseconds time) {
+    const auto end = std::chrono::steady_clock::now() + time;
+    for (;;) {
+        const auto left =
+            std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
+        if (left <= std::chrono::milliseconds::zero()) {
+            return true;
+        }
+        pollfd watched{socket_, POLLRDHUP, 0};
+        if (socket_ < 0 || ::poll(&watched, 1, static_cast<int>(left.count())) > 0) {
+            return false;
+        }
+    }
+}
+
 void RawSocket::waitForPeerToClose() {
     pollfd watched{socket_, POLLRDHUP, 0};
     while (socket_ >= 0 && ::poll(&watched, 1, -1) < 0 && errno == EINTR) {
@@ -98,11 +123,26 @@ RawPeer::RawPeer(Handler handler)
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t size = sizeof address;
     auto* generic = reinterpret_cast<sockaddr*>(&address);
-    if (::bind(listener_, generic, size) != 0 || ::listen(listener_, SOMAXCONN) != 0 ||
-        ::getsockname(listener_, generic, &size) != 0) {
-        throw std::runtime_error("no listener");
-    }
+    require(::bind(listener_, generic, size) == 0, "bind");
+    require(::getsockname(listener_, generic, &size) == 0, "getsockname");
     port_ = ntohs(address.sin_port);
+    start();
+}
+
+RawPeer::RawPeer(Handler handler, const std::filesystem::path& path)
+    : handler_(std::move(handler)),
+      listener_(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)),
+      path_(path) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    path.native().copy(address.sun_path, sizeof address.sun_path - 1);
+    require(::bind(listener_, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0,
+            "bind");
+    start();
+}
+
+void RawPeer::start() {
+    require(::listen(listener_, SOMAXCONN) == 0, "listen");
     acceptor_ = std::thread([this] { acceptAll(); });
 }
 
@@ -111,6 +151,7 @@ RawPeer::~RawPeer() {
         const std::lock_guard lock(mutex_);
         stops_ = true;
     }
+    // Wakes the acceptor; from then on no connection is added.
     ::shutdown(listener_, SHUT_RDWR);
     acceptor_.join();
     ::close(listener_);
@@ -120,6 +161,15 @@ RawPeer::~RawPeer() {
     for (std::thread& thread : threads_) {
         thread.join();
     }
+    if (!path_.empty()) {
+        std::error_code ignored;
+        std::filesystem::remove(path_, ignored);
+    }
+}
+
+int RawPeer::connectionCount() const {
+    const std::lock_guard lock(mutex_);
+    return static_cast<int>(sockets_.size());
 }
 
 void RawPeer::acceptAll() {
@@ -147,4 +197,4 @@ void RawPeer::acceptAll() {
     }
 }
 
-}  // namespace foundation::httpclient_curl::testing
+}  // namespace foundation::httpclient_core::testing
