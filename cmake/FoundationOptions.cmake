@@ -61,3 +61,18 @@ function(foundation_limit_exports target)
         set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/exports.map)
     endif()
 endfunction()
+
+# foundation_join_sources(TARGET): with FOUNDATION_JOIN_SOURCES the sources of each folder are compiled as one. Most of
+# a compiler's time goes into the headers of other libraries, once for each source.
+function(foundation_join_sources target)
+    if(NOT FOUNDATION_JOIN_SOURCES)
+        return()
+    endif()
+    set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_MODE GROUP)
+    get_target_property(sources ${target} SOURCES)
+    foreach(source IN LISTS sources)
+        cmake_path(GET source PARENT_PATH folder)
+        string(MAKE_C_IDENTIFIER "${folder}" group)
+        set_property(SOURCE ${source} TARGET_DIRECTORY ${target} PROPERTY UNITY_GROUP ${group})
+    endforeach()
+endfunction()
