@@ -72,8 +72,8 @@ void answer(const ReceivedRequest& request, Connection& connection) {
 /// One client with its requests; all of them have ended when it is destroyed.
 class Round {
 public:
-    Round(LoopbackServer& server, const std::string& refused)
-        : server_(server), refused_(refused), owner_(std::make_shared<Owner>()) {
+    Round(LoopbackServer& server, const SilentPeer& refusing)
+        : server_(server), refusing_(refusing), owner_(std::make_shared<Owner>()) {
         owner_->client = new CurlHttpClient();
     }
 
@@ -166,26 +166,23 @@ private:
     };
 
     HttpRequest request(const std::string& target) const {
-        return HttpRequest(HttpMethod::GET,
-                           target == "/refused" ? "http://" + refused_ + "/" : server_.url(target),
-                           {});
+        return HttpRequest(
+            HttpMethod::GET,
+            target == "/refused" ? "http://" + refusing_.authority() + "/" : server_.url(target),
+            {});
     }
 
     LoopbackServer& server_;
-    const std::string& refused_;
+    const SilentPeer& refusing_;
     std::shared_ptr<Owner> owner_;
     std::vector<std::unique_ptr<std::atomic<int>>> calls_;
     std::vector<unsigned long> ids_;
     std::atomic<int> synchronous_ = 0;
 };
 
-std::string refusedAuthority() {
-    return SilentPeer().authority();
-}
-
 TEST_F(StressTest, RoundsOfCreateSendCancelDestroyCallEveryHandlerOnce) {
     const auto rounds = static_cast<int>(fromEnvironment("FOUNDATION_STRESS_ROUNDS", 12));
-    const std::string refused = refusedAuthority();
+    const SilentPeer refusing(SilentPeer::Queue::None);
     constexpr int roundsOfAServer = 20;
     std::unique_ptr<LoopbackServer> server;
     int sent = 0;
@@ -194,7 +191,7 @@ TEST_F(StressTest, RoundsOfCreateSendCancelDestroyCallEveryHandlerOnce) {
             // Its threads stay until its end.
             server = std::make_unique<LoopbackServer>(answer);
         }
-        Round round(*server, refused);
+        Round round(*server, refusing);
         round.configure(1 + below(4), 1 + below(4));
         const bool destroysInHandler = chance(25);
         const int requests = 1 + below(60);
@@ -241,13 +238,13 @@ TEST_F(StressTest, RoundsOfCreateSendCancelDestroyCallEveryHandlerOnce) {
 
 TEST_F(StressTest, RandomCancellationsCallEveryHandlerOnce) {
     const auto wanted = static_cast<int>(fromEnvironment("FOUNDATION_STRESS_CANCELS", 1500));
-    const std::string refused = refusedAuthority();
+    const SilentPeer refusing(SilentPeer::Queue::None);
     constexpr int ofAServer = 500;
     int cancelled = 0;
     int sent = 0;
     while (cancelled < wanted && !HasFailure()) {
         LoopbackServer server(answer);
-        Round round(server, refused);
+        Round round(server, refusing);
         round.configure(1 + below(4), 1 + below(4));
         for (int i = 0; i < ofAServer && cancelled < wanted; ++i) {
             round.send(anyTarget(), Round::Extra::Nothing);

@@ -12,10 +12,10 @@
 namespace foundation::httpclient_curl::testing {
 
 /// Listens on 127.0.0.1, takes connections and never says a word. With a full queue it does not even
-/// take the connections.
+/// take the connections; without a queue they are refused, and its port is nobody else's as long as it lives.
 class SilentPeer {
 public:
-    enum class Queue { Open, Full };
+    enum class Queue { Open, Full, None };
 
     explicit SilentPeer(Queue queue = Queue::Open)
         : listener_(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
@@ -25,7 +25,7 @@ public:
         socklen_t size = sizeof address;
         auto* generic = reinterpret_cast<sockaddr*>(&address);
         if (::bind(listener_, generic, size) != 0 ||
-            ::listen(listener_, queue == Queue::Open ? 16 : 0) != 0 ||
+            (queue != Queue::None && ::listen(listener_, queue == Queue::Open ? 16 : 0) != 0) ||
             ::getsockname(listener_, generic, &size) != 0) {
             throw std::runtime_error("no listener");
         }
