@@ -1,5 +1,5 @@
-#include "tests/support/RawPeer.h"
 #include "tests/faults/matrix/Wire.h"
+#include "tests/support/RawPeer.h"
 
 #include <atomic>
 

@@ -1,6 +1,6 @@
 #include "tests/faults/matrix/Families.h"
-#include "tests/support/RawPeer.h"
 #include "tests/faults/matrix/Wire.h"
+#include "tests/support/RawPeer.h"
 
 namespace foundation::httpclient_curl::testing {
 namespace {

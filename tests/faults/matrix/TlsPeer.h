@@ -1,7 +1,7 @@
 #pragma once
 #include "servers/CertificateAuthority.h"
-#include "tests/support/RawPeer.h"
 #include "tests/faults/matrix/Wire.h"
+#include "tests/support/RawPeer.h"
 
 #include <limits>
 #include <memory>
