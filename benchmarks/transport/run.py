@@ -258,6 +258,10 @@ each costs several microseconds. With 4 threads of 2 each worker has one answer 
 its own thread. `docs/adr/2026-11-21-threads-of-the-transport.md` tells what running quick handlers on the workers would
 save, and what it costs.
 
+A large download takes the time of libcurl alone. Its processor time scatters: on 2026-11-22 five runs of `--only download`
+with 15 repetitions gave ratios of 0.94 to 1.05, three runs of all rows 1.11 to 1.22. Why it is more behind the other rows is
+not known.
+
 ## Again, elsewhere
 
     scripts/bench transport                                   # all rows; writes this page
