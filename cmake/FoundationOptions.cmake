@@ -53,6 +53,18 @@ if(NOT FOUNDATION_SANITIZE)
         -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
 endif()
 
+# foundation_use_test_options(): what a folder of tests is compiled with, the same for all that share precompiled headers.
+# Sanitizers make the checks of the tests slow to optimise, and nothing is gained by it. Nor by optimising those of checked
+# containers, and g++ then takes their bytes for uninitialised. A macro, since options belong to the folder that calls it.
+macro(foundation_use_test_options)
+    if(FOUNDATION_SANITIZE OR FOUNDATION_DEBUG_CONTAINERS)
+        add_compile_options(-O0)
+    endif()
+    if(FOUNDATION_SANITIZE)
+        add_compile_definitions(FOUNDATION_SANITIZED)
+    endif()
+endmacro()
+
 # foundation_limit_exports(TARGET): the shared library shows names of this project only. Not with
 # sanitizers, which compare type descriptions across libraries by address.
 function(foundation_limit_exports target)

@@ -1,10 +1,6 @@
 #include "support/TestClient.h"
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <thread>
-#include <unistd.h>
+#include <atomic>
 
 namespace foundation::httpclient_curl::testing {
 namespace {
@@ -200,47 +196,19 @@ TEST_P(HeaderCommitTest, RefusedExpectationOfARequestWithoutBodyIsTheAnswer) {
 class ExpectationRefuser {
 public:
     explicit ExpectationRefuser(std::string answer)
-        : answer_(std::move(answer)), listener_(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t size = sizeof address;
-        auto* generic = reinterpret_cast<sockaddr*>(&address);
-        EXPECT_EQ(::bind(listener_, generic, size), 0);
-        EXPECT_EQ(::listen(listener_, 4), 0);
-        EXPECT_EQ(::getsockname(listener_, generic, &size), 0);
-        port_ = ntohs(address.sin_port);
-        thread_ = std::thread([this] { serve(); });
-    }
-    ExpectationRefuser(const ExpectationRefuser&) = delete;
-    ExpectationRefuser& operator=(const ExpectationRefuser&) = delete;
-    ~ExpectationRefuser() {
-        ::shutdown(listener_, SHUT_RDWR);
-        thread_.join();
-        ::close(listener_);
-    }
+        : answer_(std::move(answer)), peer_([this](RawSocket& socket, int) { serve(socket); }) {}
 
-    std::string url() const { return "http://127.0.0.1:" + std::to_string(port_) + "/"; }
+    std::string url() const { return peer_.url("http"); }
 
 private:
-    void serve() {
-        while (requests_ < 2) {
-            const int socket = ::accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
-            if (socket < 0) {
-                return;
-            }
-            serveOn(socket);
-            ::close(socket);
-        }
-    }
-    void serveOn(int socket) {
+    void serve(RawSocket& socket) {
         std::string input;
-        for (char bytes[4096]; requests_ < 2;) {
-            const ssize_t got = ::recv(socket, bytes, sizeof bytes, 0);
-            if (got <= 0) {
+        while (requests_ < 2) {
+            const std::string more = socket.receive();
+            if (more.empty()) {
                 return;
             }
-            input.append(bytes, static_cast<std::size_t>(got));
+            input += more;
             const std::size_t head = input.find("\r\n\r\n");
             if (head == std::string::npos) {
                 continue;
@@ -248,24 +216,19 @@ private:
             if (requests_ == 0) {
                 ++requests_;
                 input.clear();
-                send(socket,
-                     "HTTP/1.1 417 Never\r\nX-No: 1\r\nTransfer-Encoding: "
-                     "chunked\r\n\r\n2\r\nno\r\n0\r\n\r\n");
+                socket.send(
+                    "HTTP/1.1 417 Never\r\nX-No: 1\r\nTransfer-Encoding: "
+                    "chunked\r\n\r\n2\r\nno\r\n0\r\n\r\n");
             } else if (input.substr(head + 4) == "body") {
                 ++requests_;
-                send(socket, answer_);
+                socket.send(answer_);
             }
         }
     }
-    static void send(int socket, const std::string& text) {
-        ::send(socket, text.data(), text.size(), MSG_NOSIGNAL);
-    }
 
     std::string answer_;
-    int listener_;
-    int port_ = 0;
-    int requests_ = 0;
-    std::thread thread_;
+    std::atomic<int> requests_ = 0;  // Of whichever connection.
+    RawPeer peer_;                   // Last: its threads use the rest.
 };
 
 TEST_P(HeaderCommitTest, RefusedExpectationThatIsRepeatedLeavesNoTrace) {

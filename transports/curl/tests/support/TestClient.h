@@ -1,5 +1,6 @@
 #pragma once
 #include "tests/support/LoopbackServer.h"
+#include "tests/support/RawPeer.h"
 
 #include <foundation/httpclient_core.h>
 #include <foundation/httpclient_core/detail/TransportAccess.h>
